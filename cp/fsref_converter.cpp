@@ -42,13 +42,14 @@ FSRef const* CFSRefConverter::_make_FSRef() {
         return nullptr;
     }
     std::string native;
-    if (!Private::fs_path(*m_path, native) || native.empty()) {
+    if (!Private::fs_path(*m_path, native)) {
         m_status = kConversionFailed;
         return nullptr;
     }
     char resolved[PATH_MAX];
     struct stat info;
-    if (!realpath(native.c_str(), resolved) || ::stat(resolved, &info) != 0) {
+    if (native.empty()) errno = ENOENT;
+    if (native.empty() || !realpath(native.c_str(), resolved) || ::stat(resolved, &info) != 0) {
         m_status = status_of(errno);
         return nullptr;
     }
