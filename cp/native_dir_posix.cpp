@@ -47,23 +47,17 @@ bool obtain_children(int dirfd, std::vector<Child>& out) {
     return true;
 }
 
-int open_folder_at(int dirfd, char const* name) {
-    return openat(dirfd, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
-}
-
-// Children first, the folder last; the first failure stops the walk.
-bool remove_directory_at(int parent, char const* name) {
-    int fd = open_folder_at(parent, name);
+// Calls `visit(folder_fd, child)` for each child of the folder `name` in `parent`, in order,
+// until one answers false. A link is never followed into.
+template <typename Visit>
+bool for_each_child(int parent, char const* name, Visit visit) {
+    int fd = openat(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
     if (fd < 0) return false;
     std::vector<Child> children;
     bool ok = obtain_children(fd, children);
-    for (size_t i = 0; ok && i < children.size(); ++i) {
-        char const* child = children[i].name.c_str();
-        ok = children[i].is_directory ? remove_directory_at(fd, child)
-                                      : unlinkat(fd, child, 0) == 0;
-    }
+    for (size_t i = 0; ok && i < children.size(); ++i) ok = visit(fd, children[i]);
     close(fd);
-    return ok && unlinkat(parent, name, AT_REMOVEDIR) == 0;
+    return ok;
 }
 
 bool is_link_at(int dirfd, char const* name) {
@@ -71,21 +65,28 @@ bool is_link_at(int dirfd, char const* name) {
     return fstatat(dirfd, name, &info, AT_SYMLINK_NOFOLLOW) == 0 && S_ISLNK(info.st_mode);
 }
 
+// Children first, the folder last; the first failure stops the walk.
+bool remove_directory_at(int parent, char const* name) {
+    return for_each_child(parent, name,
+                          [](int fd, Child const& child) {
+                              char const* child_name = child.name.c_str();
+                              return child.is_directory ? remove_directory_at(fd, child_name)
+                                                        : unlinkat(fd, child_name, 0) == 0;
+                          }) &&
+           unlinkat(parent, name, AT_REMOVEDIR) == 0;
+}
+
 // Children first, then the folder itself, and only when every child succeeded.
 bool lock_directory_at(int parent, char const* name, bool lock_it) {
-    int fd = open_folder_at(parent, name);
-    if (fd < 0) return false;
-    std::vector<Child> children;
-    bool ok = obtain_children(fd, children);
-    for (size_t i = 0; ok && i < children.size(); ++i) {
-        char const* child = children[i].name.c_str();
-        if (children[i].is_directory)
-            ok = lock_directory_at(fd, child, lock_it);
-        else if (!is_link_at(fd, child))  // a link takes no flags here: passed over
-            ok = _CNativeFiles::lock_at(fd, child, lock_it);
-    }
-    close(fd);
-    return ok && _CNativeFiles::lock_at(parent, name, lock_it);
+    return for_each_child(parent, name,
+                          [lock_it](int fd, Child const& child) {
+                              char const* child_name = child.name.c_str();
+                              if (child.is_directory) return lock_directory_at(fd, child_name, lock_it);
+                              // A link takes no flags here: it is passed over.
+                              return is_link_at(fd, child_name) ||
+                                     _CNativeFiles::lock_at(fd, child_name, lock_it);
+                          }) &&
+           _CNativeFiles::lock_at(parent, name, lock_it);
 }
 
 DIR* listing_of(std::intptr_t handle) { return reinterpret_cast<DIR*>(handle); }

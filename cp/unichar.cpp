@@ -1,8 +1,5 @@
 #include "cp/unichar.h"
 
-#include <bit>
-#include <clocale>
-#include <cstring>
 #include <cwchar>
 #include <locale.h>
 
