@@ -5,10 +5,14 @@ files are picked by sorted path and generated content depends only on the file's
   archive_data.py files DEST MB    copy real files from /usr into DEST (for the zip archive)
   archive_data.py bigfile FILE MB  one file of MB MiB made of real files laid end to end
   archive_data.py tree DEST COUNT  COUNT small generated files in nested folders
+  archive_data.py bury GRAVEYARD FOLDER...
+                                   move each FOLDER that exists into GRAVEYARD under a new name,
+                                   then flush everything to disk (deletes nothing: see archive.sh)
 """
 import os
 import shutil
 import sys
+import tempfile
 
 MIB = 1 << 20
 
@@ -89,7 +93,17 @@ def tree(dest, count):
                 number += 1
 
 
+def bury(graveyard, folders):
+    os.makedirs(graveyard, exist_ok=True)
+    for folder in folders:
+        if os.path.exists(folder):
+            os.rename(folder, tempfile.mkdtemp(dir=graveyard))
+    os.sync()
+
+
 if __name__ == "__main__":
+    if len(sys.argv) >= 3 and sys.argv[1] == "bury":
+        sys.exit(bury(sys.argv[2], sys.argv[3:]))
     if len(sys.argv) != 4 or sys.argv[1] not in ("files", "bigfile", "tree"):
         sys.exit(__doc__)
     command, where, amount = sys.argv[1], sys.argv[2], int(sys.argv[3])

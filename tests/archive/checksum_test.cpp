@@ -13,7 +13,8 @@ namespace fs = std::filesystem;
 
 TEST(Checksum, Crc32OfKnownContents) {
     Scratch scratch;
-    std::string large(100000, '\0');
+    // Large enough that both halves are summed at once and their CRCs combined.
+    std::string large(9 << 20, '\0');
     for (size_t i = 0; i < large.size(); ++i) large[i] = char(i * 31 % 256);
     struct Case {
         std::string content;
@@ -23,7 +24,7 @@ TEST(Checksum, Crc32OfKnownContents) {
         {"", 0},
         {"123456789", 0xCBF43926},
         {"The quick brown fox jumps over the lazy dog", 0x414FA339},
-        // Spans several 32 KiB reads; the reference is zlib over the whole buffer at once.
+        // The reference is zlib over the whole buffer at once.
         {large, crc32(0, reinterpret_cast<Bytef const*>(large.data()), uInt(large.size()))},
     };
     for (Case const& c : cases) {
@@ -46,8 +47,10 @@ TEST(Checksum, SizeOfFilesAndTrees) {
     scratch.write("tree/a", "12345");
     scratch.write("tree/sub/b", "1234567890");
     scratch.write("tree/sub/deeper/c", "123");
+    fs::create_symlink("../a", scratch / "tree/sub/link-to-a");  // links are followed
+    fs::create_directory_symlink("..", scratch / "tree/sub/up");  // but no folder twice
     fs::create_directories(scratch / "empty");
-    EXPECT_EQ(GetFileOrFolderSize(CPath(scratch / "tree")), 18u);
+    EXPECT_EQ(GetFileOrFolderSize(CPath(scratch / "tree")), 23u);
     EXPECT_EQ(GetFileOrFolderSize(CPath(scratch / "tree/a")), 5u);
     EXPECT_EQ(GetFileOrFolderSize(CPath(scratch / "empty")), 0u);
     EXPECT_EQ(GetFileOrFolderSize(CPath(scratch / "missing")), 0u);

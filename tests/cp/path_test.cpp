@@ -189,9 +189,9 @@ TEST(FSRefConverter, ResolvesLinksAndNoticesAReplacedItem) {
     EXPECT_EQ(ref.path, std::filesystem::canonical(file).string());
     EXPECT_EQ(by_path.status(), 0);
 
-    FSSpec spec;
-    ASSERT_TRUE(by_path.get_fsspec(spec));
-    EXPECT_EQ(spec.name, "f.txt");
+    FSSpec location;
+    ASSERT_TRUE(by_path.get_fsspec(location));
+    EXPECT_EQ(location.name, "f.txt");
 
     CFSRefConverter by_ref(ref);
     EXPECT_EQ(static_cast<CPath const&>(by_ref).str(), CPath(ref.path).str());
