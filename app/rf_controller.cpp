@@ -1,0 +1,164 @@
+#include "app/rf_controller.h"
+
+#include <QCoreApplication>
+
+namespace Refloom {
+namespace {
+
+constexpr int kWordQuitPage = 12;
+
+} // namespace
+
+rfController::rfController(std::unique_ptr<WizardView> view, Setup setup)
+    : m_view(std::move(view)), m_root(setup.root), m_log(m_root),
+      m_engine(*m_view, [this](QString const& name) { return runSelector(name); }),
+      m_custResourceDir(setup.custResourceDir), m_mode(setup.mode) {
+    terminate = [] { QCoreApplication::quit(); };
+    registerOperations();
+}
+
+void rfController::registerOperations() {
+    // Operations that answer null whatever they do, by name.
+    struct RowOperation {
+        char const* name;
+        std::function<void(rfController&)> run;
+    };
+    RowOperation const rows[] = {
+        // The engine's own.
+        {"doNextState", [](rfController& c) { c.m_engine.doNextState(); }},
+        {"nextState", [](rfController& c) { c.m_engine.nextState(); }},
+        {"prevState", [](rfController& c) { c.m_engine.prevState(); }},
+        {"skipToNextState", [](rfController& c) { c.m_engine.skipToNextState(); }},
+        {"skipToPrevState", [](rfController& c) { c.m_engine.skipToPrevState(); }},
+        {"updateOutlineText", [](rfController& c) { c.m_engine.updateOutlineText(); }},
+        {"updateTitleText", [](rfController& c) { c.m_engine.updateTitleText(); }},
+        // Button actions.
+        {"next:", [](rfController& c) { c.next(); }},
+        {"back:", [](rfController& c) { c.back(); }},
+        {"cancel:", [](rfController& c) { c.cancel(); }},
+        {"agreeChangeAgree:", [](rfController& c) { c.m_view->setButtonEnabled(Button::next, true); }},
+        {"agreeChangeDisagree:", [](rfController& c) { c.m_view->setButtonEnabled(Button::next, false); }},
+        {"doGoCustom:", [](rfController& c) { c.m_engine.skipToState(QStringLiteral("altMRGN")); }},
+        // Button states.
+        {"enableButtons", [](rfController& c) { c.enableButtons(); }},
+        {"disableButtons", [](rfController& c) { c.disableButtons(); }},
+        {"disableBack", [](rfController& c) { c.disableBack(); }},
+        {"disableBackOnly", [](rfController& c) { c.disableBack(); }},
+        {"setCont", [](rfController& c) { c.m_view->setButtonTitle(Button::next, QStringLiteral("Continue")); }},
+        {"setNext", [](rfController& c) { c.setNextTitle("Next"); }},
+        {"setDone", [](rfController& c) { c.disableButtons(); c.setNextTitle("Done"); }},
+        {"setExit", [](rfController& c) { c.disableButtons(); c.setNextTitle("Exit"); }},
+        {"installAppLogo", [](rfController& c) { c.installPicture(QStringLiteral("/Customizer.icns")); }},
+        {"doAgreeChange", [](rfController& c) { c.doAgreeChange(); }},
+        // Exits.
+        {"doExit", [](rfController& c) { c.doExit(); }},
+        {"doCustExit", [](rfController& c) { c.doCustExit(); }},
+        {"doUninstallExit", [](rfController& c) { c.doUninstallExit(); }},
+    };
+    for (RowOperation const& row : rows) {
+        m_operations.add(QString::fromLatin1(row.name), [this, run = row.run](QVariant const&) {
+            run(*this);
+            return QVariant();
+        });
+    }
+    m_operations.add(QStringLiteral("installPicture:"), [this](QVariant const& name) {
+        installPicture(name.toString());
+        return QVariant();
+    });
+}
+
+QVariant rfController::runSelector(QString const& name, QVariant const& argument) {
+    return m_operations.run(name, argument);
+}
+
+void rfController::guarded(std::function<void()> const& work) {
+    try {
+        work();
+    } catch (UnknownOperation const&) {
+        throw;
+    } catch (std::exception const& error) {
+        m_log.logException(QString::fromUtf8(error.what()));
+    }
+}
+
+void rfController::startPatchState() {
+    m_log.logBanner(QStringLiteral("Patcher Started"));
+    m_engine.startState(flow_patch, m_mode);
+}
+
+void rfController::startCustomState() {
+    m_log.logBanner(QStringLiteral("Custom Install from menu"));
+    m_engine.startState(flow_custom, m_mode);
+}
+
+void rfController::startRFWebInstallState() {
+    m_log.logBanner(QStringLiteral("Install Refloom Margina"));
+    m_engine.startState(flow_rfweb, m_mode);
+}
+
+void rfController::next() {
+    guarded([this] {
+        wordQuitHandler();
+        // The Word-quit page moves on by its own controls, not by Next.
+        if (m_view->selectedPage() != kWordQuitPage) m_engine.nextState();
+    });
+}
+
+void rfController::back() {
+    guarded([this] { m_engine.skipToPrevState(); });
+}
+
+void rfController::cancel() {
+    m_log.logMessage(QString::fromLatin1(InstallerLog::kUserCancelled));
+    dethenticate();
+    m_view->close();
+    terminate();
+}
+
+void rfController::enableButtons() {
+    m_view->setButtonEnabled(Button::back, true);
+    m_view->setButtonEnabled(Button::cancel, true);
+}
+
+void rfController::disableButtons() {
+    m_view->setButtonEnabled(Button::back, false);
+    m_view->setButtonEnabled(Button::cancel, false);
+}
+
+void rfController::disableBack() { m_view->setButtonEnabled(Button::back, false); }
+
+void rfController::setNextTitle(char const* english) {
+    m_view->setButtonTitle(Button::next, localized(english));
+}
+
+void rfController::doAgreeChange() {
+    m_view->setButtonEnabled(Button::next, m_view->cellState(QStringLiteral("agreeBtns"), 0) == 1);
+}
+
+void rfController::installPicture(QString const& name) {
+    // The name carries its own leading "/". A picture that cannot be had leaves the well alone.
+    m_view->showPicture(m_custResourceDir + name);
+}
+
+void rfController::doExit() {
+    m_engine.setDone();
+    m_log.logMessage(QString::fromLatin1(InstallerLog::kExitedNormally));
+    dethenticate();
+    mResultCode = kResultNormal;
+    m_view->close();
+}
+
+void rfController::doCustExit() {
+    m_engine.setDone();
+    dethenticate();
+    m_view->close();
+}
+
+void rfController::doUninstallExit() {
+    m_engine.setDone();
+    dethenticate();
+    m_view->close();
+    terminate();
+}
+
+} // namespace Refloom

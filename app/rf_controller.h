@@ -1,0 +1,86 @@
+// The wizard window's controller: owns the navigation engine, the log and the view, and the
+// table of named operations through which rows, buttons and later parts run its work.
+#pragma once
+
+#include <QString>
+#include <QVariant>
+
+#include <functional>
+#include <memory>
+
+#include "app/operation_table.h"
+#include "wizard/installer_log.h"
+#include "wizard/navigation_engine.h"
+#include "wizard/system_root.h"
+#include "wizard/wizard_view.h"
+
+namespace Refloom {
+
+class rfController {
+public:
+    static constexpr int kResultNormal = 129;
+    static constexpr int kResultNoInterface = 131;
+
+    struct Setup {
+        SystemRoot root;
+        QString custResourceDir;  // the updater's resource folder (pictures, patch files)
+        int mode = 0;             // 0 standalone; 32 and 34 from a host
+    };
+
+    rfController(std::unique_ptr<WizardView> view, Setup setup);
+
+    WizardView& view() { return *m_view; }
+    NavigationEngine& engine() { return m_engine; }
+    InstallerLog& log() { return m_log; }
+    OperationTable& operations() { return m_operations; }
+    int resultCode() const { return mResultCode; }
+    int mode() const { return m_mode; }
+
+    // Runs a registered operation; an unknown name raises UnknownOperation.
+    QVariant runSelector(QString const& name, QVariant const& argument = QVariant());
+
+    // Each flow's start: its banner in the log, then its tables.
+    void startPatchState();
+    void startCustomState();
+    void startRFWebInstallState();
+
+    // Hooks later parts fill in: releasing administrator rights, holding Next while Word runs,
+    // and ending the application. Each does nothing until filled, but ending, which quits the
+    // running event loop.
+    std::function<void()> dethenticate = [] {};
+    std::function<void()> wordQuitHandler = [] {};
+    std::function<void()> terminate;
+
+private:
+    void registerOperations();
+    // Runs a button's work; an exception from an operation is logged, not shown, and the
+    // wizard stays where it is. A table naming an unknown operation still fails loudly.
+    void guarded(std::function<void()> const& work);
+
+    // Button actions.
+    void next();
+    void back();
+    void cancel();
+    // Button-state operations named by rows.
+    void enableButtons();
+    void disableButtons();
+    void disableBack();
+    void setNextTitle(char const* english);
+    void doAgreeChange();
+    void installPicture(QString const& name);
+    // Exit operations: the leave operations of final rows.
+    void doExit();
+    void doCustExit();
+    void doUninstallExit();
+
+    std::unique_ptr<WizardView> m_view;
+    SystemRoot m_root;
+    InstallerLog m_log;
+    OperationTable m_operations;
+    NavigationEngine m_engine;
+    QString m_custResourceDir;
+    int m_mode = 0;
+    int mResultCode = 0;
+};
+
+} // namespace Refloom
