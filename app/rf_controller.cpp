@@ -6,6 +6,8 @@ namespace Refloom {
 namespace {
 
 constexpr int kWordQuitPage = 12;
+// The text field of the progress page that names the item being worked on.
+constexpr char const* kProgressText = "progressText";
 
 } // namespace
 
@@ -79,6 +81,11 @@ void rfController::guarded(std::function<void()> const& work) {
     } catch (std::exception const& error) {
         m_log.logException(QString::fromUtf8(error.what()));
     }
+}
+
+void rfController::logInstall(QString const& name, int mode) {
+    m_log.logInstall(name, mode);
+    m_view->setText(QString::fromLatin1(kProgressText), QStringLiteral("Processing: ") + name);
 }
 
 void rfController::startPatchState() {

@@ -39,6 +39,10 @@ public:
     // Runs a registered operation; an unknown name raises UnknownOperation.
     QVariant runSelector(QString const& name, QVariant const& argument = QVariant());
 
+    // Logs the item and mode the install driver works on and shows "Processing: name" on the
+    // progress page at once.
+    void logInstall(QString const& name, int mode);
+
     // Each flow's start: its banner in the log, then its tables.
     void startPatchState();
     void startCustomState();

@@ -111,6 +111,10 @@ TEST(rfController, StartingAFlowLogsItsBannerAndShowsItsFirstPage) {
     EXPECT_TRUE(c.log().contains(QStringLiteral("**  Patcher Started")));
     EXPECT_EQ(c.view->page, 14);
     EXPECT_EQ(c.controller.engine().secretIdentity(), QStringLiteral("Customizer_Patcher"));
+
+    c.controller.logInstall(QStringLiteral("Word add-in"), 2);
+    EXPECT_TRUE(c.log().endsWith(QStringLiteral(" State: Word add-in Mode: mode_copy\n")));
+    EXPECT_EQ(c.view->texts.value(QStringLiteral("progressText")), QStringLiteral("Processing: Word add-in"));
 }
 
 TEST(rfController, NextBackAndJumps) {
