@@ -43,18 +43,19 @@ std::array<InstallState, 6> const kTestTable = {{
 
 } // namespace
 
-TEST(NavigationEngine, WalksEveryFlowForwardToItsTerminator) {
+TEST(NavigationEngine, WalksEveryFlowForwardToItsTerminatorAndBack) {
     struct Case {
         int flow, mode;
-        QList<int> pages;
+        QList<int> pages;  // forward, one per row
+        QList<int> back;   // the rows Back lands on from the last one, never a progress page
         char const* identity;
     };
     Case const cases[] = {
-        {flow_install, 0, {0, 1, 2, 4, 5, 6, 10, 10, 7}, ""},
-        {flow_install, kAutomaticMode, {1, 4, 10, 7}, ""},
-        {flow_custom, 0, {0, 6, 13, 10, 8, 11}, "Customizer_Customizer"},
-        {flow_patch, 0, {14, 4, 0, 0, 16, 10, 10, 17}, "Customizer_Patcher"},
-        {flow_rfweb, 0, {0, 26, 6, 10, 27}, "Customizer_RFWeb_Install"},
+        {flow_install, 0, {0, 1, 2, 4, 5, 6, 10, 10, 7}, {6, 5, 4, 3, 2, 1, 0}, ""},
+        {flow_install, kAutomaticMode, {1, 4, 10, 7}, {1, 0}, ""},
+        {flow_custom, 0, {0, 6, 13, 10, 8, 11}, {4, 2, 1, 0}, "Customizer_Customizer"},
+        {flow_patch, 0, {14, 4, 0, 0, 16, 10, 10, 17}, {5, 4, 3, 2, 1, 0}, "Customizer_Patcher"},
+        {flow_rfweb, 0, {0, 26, 6, 10, 27}, {2, 1, 0}, "Customizer_RFWeb_Install"},
     };
     for (Case const& c : cases) {
         Harness h;
@@ -74,6 +75,15 @@ TEST(NavigationEngine, WalksEveryFlowForwardToItsTerminator) {
         EXPECT_FALSE(h.ran.mid(before.size()).contains(QStringLiteral("installAppLogo")));
         EXPECT_TRUE(h.view.buttons[Button::back].enabled);
         EXPECT_EQ(h.view.title, QString());
+
+        QList<int> landed;
+        h.engine.skipToPrevState();  // back onto the last real row
+        while (h.engine.state() > 0) {
+            h.engine.skipToPrevState();
+            landed.append(h.engine.state());
+        }
+        EXPECT_EQ(landed, c.back) << c.flow << "/" << c.mode;
+        EXPECT_EQ(h.view.page, c.pages.first());
     }
 }
 
