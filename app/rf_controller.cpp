@@ -14,9 +14,13 @@ constexpr char const* kProgressText = "progressText";
 rfController::rfController(std::unique_ptr<WizardView> view, Setup setup)
     : m_view(std::move(view)), m_root(setup.root), m_log(m_root),
       m_engine(*m_view, [this](QString const& name) { return runSelector(name); }),
+      m_runner(m_log, {setup.custResourceDir, setup.helperPath}),
+      m_files(m_runner, m_log, ToolTable(setup.appResourceDir)), m_applications(m_log, m_root),
       m_custResourceDir(setup.custResourceDir), m_mode(setup.mode) {
+    dethenticate = [this] { m_runner.dethenticate(); };
     terminate = [] { QCoreApplication::quit(); };
     registerOperations();
+    registerPrivilegedOperations();
 }
 
 void rfController::registerOperations() {

@@ -9,6 +9,9 @@
 #include <memory>
 
 #include "app/operation_table.h"
+#include "privileged/app_lookup.h"
+#include "privileged/command_runner.h"
+#include "privileged/file_operations.h"
 #include "wizard/installer_log.h"
 #include "wizard/navigation_engine.h"
 #include "wizard/system_root.h"
@@ -23,7 +26,9 @@ public:
 
     struct Setup {
         SystemRoot root;
-        QString custResourceDir;  // the updater's resource folder (pictures, patch files)
+        QString custResourceDir;  // the updater's resources: pictures, scripts, patch files
+        QString appResourceDir;   // the program's own resources (the tools the helper may run)
+        QString helperPath;       // the privileged helper executable
         int mode = 0;             // 0 standalone; 32 and 34 from a host
     };
 
@@ -33,6 +38,9 @@ public:
     NavigationEngine& engine() { return m_engine; }
     InstallerLog& log() { return m_log; }
     OperationTable& operations() { return m_operations; }
+    CommandRunner& runner() { return m_runner; }
+    FileOperations& files() { return m_files; }
+    AppLookup& applications() { return m_applications; }
     int resultCode() const { return mResultCode; }
     int mode() const { return m_mode; }
 
@@ -48,15 +56,16 @@ public:
     void startCustomState();
     void startRFWebInstallState();
 
-    // Hooks later parts fill in: releasing administrator rights, holding Next while Word runs,
-    // and ending the application. Each does nothing until filled, but ending, which quits the
-    // running event loop.
-    std::function<void()> dethenticate = [] {};
+    // Releases administrator rights; Cancel and every exit call it before the window closes.
+    std::function<void()> dethenticate;
+    // Hooks later parts fill in: holding Next while Word runs (nothing until then), and ending
+    // the application (quits the running event loop).
     std::function<void()> wordQuitHandler = [] {};
     std::function<void()> terminate;
 
 private:
     void registerOperations();
+    void registerPrivilegedOperations();
     // Runs a button's work; an exception from an operation is logged, not shown, and the
     // wizard stays where it is. A table naming an unknown operation still fails loudly.
     void guarded(std::function<void()> const& work);
@@ -82,6 +91,9 @@ private:
     InstallerLog m_log;
     OperationTable m_operations;
     NavigationEngine m_engine;
+    CommandRunner m_runner;
+    FileOperations m_files;
+    AppLookup m_applications;
     QString m_custResourceDir;
     int m_mode = 0;
     int mResultCode = 0;

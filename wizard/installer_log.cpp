@@ -73,6 +73,13 @@ void InstallerLog::logException(QString const& what) {
     logMessage(QStringLiteral("Exception Raised ") + what);
 }
 
+void InstallerLog::logOutput(QByteArray const& output) {
+    if (output.isEmpty()) return;
+    QList<QByteArray> lines = output.split('\n');
+    if (lines.last().isEmpty()) lines.removeLast();  // the output ended with a line feed
+    for (QByteArray const& line : lines) logMessage(QString::fromUtf8(line));
+}
+
 void InstallerLog::dumpFDToLog(int fd) {
     QByteArray line;
     line.reserve(1024);

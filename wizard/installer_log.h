@@ -29,6 +29,8 @@ public:
     // "message Result= Disable|No|Yes|Invalid" for -1, 0, 1 and anything else.
     void logResult(int result, QString const& message);
     void logException(QString const& what = QString());
+    // Each line of a child's output as one log line, the last one even without a line feed.
+    void logOutput(QByteArray const& output);
     // Every line read from the descriptor (one byte at a time) as one log line, the last one
     // even without a final line feed. The descriptor is left open.
     void dumpFDToLog(int fd);

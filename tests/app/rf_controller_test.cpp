@@ -26,8 +26,11 @@ struct Controller {
     Scratch scratch;
     RecordingView* view = new RecordingView;
     rfController controller{std::unique_ptr<WizardView>(view),
-                            {SystemRoot(QString::fromStdString(scratch / "root"), QStringLiteral("/home/u")),
-                             QString::fromStdString(scratch / "resources"), 0}};
+                            {.root = SystemRoot(QString::fromStdString(scratch / "root"), QStringLiteral("/home/u")),
+                             .custResourceDir = QString::fromStdString(scratch / "resources"),
+                             .appResourceDir = QStringLiteral(RF_TEST_BUNDLE "/Contents/Resources"),
+                             .helperPath = QStringLiteral(RF_TEST_BUNDLE "/Contents/MacOS/rf-privileged-helper"),
+                             .mode = 0}};
     int dethenticated = 0, terminated = 0;
 
     Controller() {

@@ -1,0 +1,104 @@
+#include "privileged/command_runner.h"
+
+#include <QRegularExpression>
+
+#include <cstdio>
+
+#include "privileged/process_run.h"
+
+namespace Refloom {
+
+CommandRunner::CommandRunner(InstallerLog& log, Setup setup)
+    : keepPainted(processPendingEvents), m_log(log), m_setup(std::move(setup)) {}
+
+CommandRunner::~CommandRunner() = default;
+
+bool CommandRunner::authenticate() {
+    // One question per run: the first answer, refusal included, holds until dethenticate.
+    if (m_authorization != Authorization::none) return m_authorization == Authorization::granted;
+    m_log.logMessage(QStringLiteral("Authenticate"));
+    m_helper = HelperClient::start(m_setup.helperPath, keepPainted);
+    m_authorization = m_helper ? Authorization::granted : Authorization::refused;
+    m_log.logMessage(QStringLiteral("Authentication status "), m_helper != nullptr);
+    return m_helper != nullptr;
+}
+
+void CommandRunner::dethenticate() {
+    m_helper.reset();
+    m_authorization = Authorization::none;
+}
+
+int CommandRunner::launchApp(QString const& tool, Params const& params) {
+    int status = runInheriting(tool, params.value_or(QStringList()), keepPainted);
+    m_log.logMessage(QStringLiteral("Running as user: %1 %2 Result: %3").arg(tool, joined(params)).arg(status));
+    return status;
+}
+
+int CommandRunner::launchRootApp(QString const& tool, Params const& params) {
+    if (!authenticate()) return 0;  // refused: reported as success, nothing logged. Intended.
+    HelperClient::Result result = m_helper->run(tool, params.value_or(QStringList()));
+    if (result.status == 0) {
+        // The administrator run's output goes to the program's standard error, not the log.
+        std::fwrite(result.output.constData(), 1, size_t(result.output.size()), stderr);
+    } else {
+        m_log.logMessage(QStringLiteral("Failed to authenticate: %1 Result: %2").arg(tool).arg(result.status));
+    }
+    m_log.logMessage(QStringLiteral("Running as admin: %1 %2 Result: %3").arg(tool, joined(params)).arg(result.status));
+    return result.status;
+}
+
+int CommandRunner::systemCallWithLog(QString const& command, Params const& params, bool justUser) {
+    QString const full = m_setup.resourceDir + QLatin1Char('/') + command;
+    QStringList const arguments = params.value_or(QStringList());
+    Captured user = runCapturing(full, arguments, true, keepPainted);
+    m_log.logOutput(user.output);
+    m_log.logMessage(QStringLiteral("Run as user: %1 %2 Result: %3").arg(command, joined(params)).arg(user.status));
+    if (user.status == 0 || justUser || !authenticate()) return user.status;
+
+    HelperClient::Result admin = m_helper->run(full, arguments);
+    if (admin.status == 0)
+        m_log.logOutput(admin.output);
+    else
+        m_log.logMessage(QStringLiteral("Failed to authenticate: %1 Result: %2").arg(full).arg(admin.status));
+    m_log.logMessage(QStringLiteral("Run as admin: %1 %2 Result: %3").arg(command, joined(params)).arg(admin.status));
+    return admin.status;
+}
+
+bool CommandRunner::runResourceScript(QString const& script, Params const& params, bool justUser) {
+    m_log.logMessage(QStringLiteral("Run: %1 -> Params: %2").arg(script.isNull() ? QStringLiteral("(null)") : script, describe(params)));
+    if (script.isNull()) return true;
+    QString const path = m_setup.resourceDir + QLatin1Char('/') + script;
+    bool failed = launchApp(path, params) != 0;
+    if (failed && !justUser) failed = launchRootApp(path, params) != 0;
+    return failed;
+}
+
+QString CommandRunner::execCmdLineApp(QString const& tool, Params const& params) {
+    QString result;
+    m_log.logMessage(QStringLiteral("Executing ") + tool);
+    try {
+        Captured run = runCapturing(tool, params.value_or(QStringList()), false, keepPainted);
+        result = QString::fromLatin1(run.output);
+        if (!result.isEmpty()) result.chop(1);  // the trailing line feed
+        if (run.status != 0) result = QStringLiteral("ERROR");
+        m_log.logMessage(QStringLiteral("execCmdLineApp %1 %2 result: %3").arg(tool, joined(params), result));
+    } catch (LaunchError const& error) {
+        m_log.logException(QString::fromStdString(error.what()));
+    }
+    return result;
+}
+
+QString describe(Params const& params) {
+    if (!params) return QStringLiteral("(null)");
+    static QRegularExpression const plain(QStringLiteral("^[A-Za-z0-9_./-]+$"));
+    QString text = QStringLiteral("(");
+    for (qsizetype i = 0; i < params->size(); ++i) {
+        QString item = params->at(i);
+        if (!plain.match(item).hasMatch())
+            item = QLatin1Char('"') + QString(item).replace(QLatin1Char('"'), QLatin1String("\\\"")) + QLatin1Char('"');
+        text += QStringLiteral("\n    ") + item + (i + 1 < params->size() ? QStringLiteral(",") : QString());
+    }
+    return text + QStringLiteral("\n)");
+}
+
+} // namespace Refloom

@@ -1,0 +1,67 @@
+// Runs every external program the installer starts: first with the user's rights, and only
+// when that fails, once more as administrator through the privileged helper, which asks for
+// the rights at most once per run. Every run goes to the log.
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+#include "privileged/helper_client.h"
+#include "wizard/installer_log.h"
+
+namespace Refloom {
+
+// An argument list; none (nullopt) is logged as an empty string.
+using Params = std::optional<QStringList>;
+
+class CommandRunner {
+public:
+    struct Setup {
+        QString resourceDir;  // resource commands and scripts are named relative to it
+        QString helperPath;   // the privileged helper executable
+    };
+    enum class Authorization { none, granted, refused };
+
+    CommandRunner(InstallerLog& log, Setup setup);
+    ~CommandRunner();
+
+    // Asks for administrator rights once: after the first call the answer sticks, refusal
+    // included, until dethenticate. Later calls ask nothing and log nothing.
+    bool authenticate();
+    // Ends the helper and forgets the answer.
+    void dethenticate();
+    Authorization authorization() const { return m_authorization; }
+
+    // The tool's exit status. Raises LaunchError when it cannot be started.
+    int launchApp(QString const& tool, Params const& params);
+    // The status of the privileged launch: 0 when the tool was run. A refused authorization
+    // answers 0 without running anything, so a failed user attempt then counts as done. Intended.
+    int launchRootApp(QString const& tool, Params const& params);
+    // Runs a resource command as the user with its output in the log, then, unless it succeeded
+    // or `justUser`, as administrator. Answers the last status; after a refused authorization
+    // the user run's own.
+    int systemCallWithLog(QString const& command, Params const& params, bool justUser);
+    // True when the script failed: as the user, then unless `justUser` as administrator. A null
+    // name fails.
+    bool runResourceScript(QString const& script, Params const& params, bool justUser);
+    // The tool's standard output without its last character, or "ERROR" when it exits non-zero.
+    QString execCmdLineApp(QString const& tool, Params const& params);
+
+    // Keeps the window painted while a tool runs; processes non-input events by default.
+    std::function<void()> keepPainted;
+
+private:
+    InstallerLog& m_log;
+    Setup m_setup;
+    Authorization m_authorization = Authorization::none;
+    std::unique_ptr<HelperClient> m_helper;
+};
+
+// The printed form of an argument list: "(null)" for none, else one item a line in brackets.
+QString describe(Params const& params);
+
+} // namespace Refloom

@@ -1,0 +1,126 @@
+#include <gtest/gtest.h>
+
+#include <QFile>
+#include <QProcess>
+
+#include <filesystem>
+
+#include "privileged/app_lookup.h"
+#include "support/plist_bridge.h"
+#include "tests/fixtures/scratch.h"
+
+using namespace Refloom;
+using rf_test::Scratch;
+namespace fs = std::filesystem;
+
+namespace {
+
+struct Applications {
+    Scratch scratch;
+    SystemRoot root{QString::fromStdString(scratch / "root"), QStringLiteral("/home/u")};
+    InstallerLog log{root};
+    AppLookup lookup{log, root};
+
+    // A bundle under the root's /Applications with the given Info.plist entries.
+    QString bundle(std::string const& relative, QVariantMap const& info) {
+        std::string const path = scratch / ("root/Applications/" + relative);
+        fs::create_directories(path + "/Contents/MacOS");
+        EXPECT_TRUE(writePlistFile(QString::fromStdString(path + "/Contents/Info.plist"), info));
+        return QString::fromStdString(path);
+    }
+    QString rawBundle(std::string const& relative, std::string const& plistBytes) {
+        std::string const path = scratch / ("root/Applications/" + relative);
+        scratch.write("root/Applications/" + relative + "/Contents/Info.plist", plistBytes);
+        return QString::fromStdString(path);
+    }
+};
+
+QVariantMap info(char const* identifier, QVariant version) {
+    QVariantMap map{{"CFBundleIdentifier", identifier}};
+    if (version.isValid()) map.insert("CFBundleShortVersionString", version);
+    return map;
+}
+
+} // namespace
+
+TEST(AppLookup, MajorVersionFromTheShortVersionString) {
+    Applications a;
+    struct Case {
+        char const* name;
+        QVariant version;
+        int major;
+    };
+    Case const cases[] = {
+        {"Word", "16.89.1", 16}, {"Old", "15.0", 15}, {"Big", "300.1", 44}, {"Text", "beta", 0},
+        {"None", QVariant(), 255}, {"Number", 16, 255},  // a number where text belongs
+    };
+    for (Case const& c : cases) {
+        QString const path = a.bundle(std::string(c.name) + ".app", info("x", c.version));
+        EXPECT_EQ(a.lookup.getMajorVersion(path), c.major) << c.name;
+        EXPECT_EQ(a.lookup.getMajorVersion(path.chopped(4)), c.major) << c.name << " without .app";
+    }
+    EXPECT_EQ(a.lookup.getMajorVersion(QString()), 255);
+    EXPECT_EQ(a.lookup.getMajorVersion(QString::fromStdString(a.scratch.write("root/Applications/Classic", "x"))), 255);
+}
+
+TEST(AppLookup, BadInfoPlistsAnswerNothing) {
+    Applications a;
+    QByteArray const good = plistToXml(info("com.example", "12.0"));
+    for (std::string const& bytes : {good.left(good.size() / 2).toStdString(), std::string("\x00\x01garbage\xff", 11),
+                                     std::string("bplist00\xff\xff\xff"), std::string()}) {
+        QString const path = a.rawBundle("Bad.app", bytes);
+        EXPECT_EQ(a.lookup.getMajorVersion(path), 255);
+        EXPECT_TRUE(a.lookup.getBundleStringForPath(path, QStringLiteral("CFBundleIdentifier")).isNull());
+    }
+    EXPECT_FALSE(a.lookup.findApplicationsWithBundleIdentifier(QStringLiteral("com.example"), 0, 255));
+}
+
+TEST(AppLookup, FindByNameTakesFoldersAlwaysAndFilesInRange) {
+    Applications a;
+    QString const word = a.bundle("Microsoft Word.app", info("com.microsoft.Word", "16.0"));
+    QString const nested = a.bundle("Office/Microsoft Word.app", info("com.microsoft.Word", "15.0"));
+    a.bundle("Host.app/Contents/Applications/Microsoft Word.app", info("com.microsoft.Word", "16.0"));
+    std::string const classic = a.scratch.write("root/Applications/Tools/Microsoft Word.app", "a plain file");
+    EXPECT_EQ(a.lookup.findApplication(QStringLiteral("Microsoft Word.app"), 0, 10), (QStringList{word, nested}));
+    EXPECT_EQ(a.lookup.findApplication(QStringLiteral("Microsoft Word.app"), 0, 255),
+              (QStringList{word, nested, QString::fromStdString(classic)}));
+    EXPECT_TRUE(a.lookup.findApplication(QStringLiteral("microsoft word.app"), 0, 255).isEmpty());
+}
+
+TEST(AppLookup, FindByIdentifierInVersionRange) {
+    Applications a;
+    QString const current = a.bundle("Word.app", info("com.microsoft.Word", "16.0"));
+    QString const old = a.bundle("Archive/Word 2011.app", info("com.microsoft.Word", "14.1"));
+    a.bundle("Other.app", info("com.microsoft.Word.helper", "16.0"));
+    fs::create_directories(a.scratch / "root/home/u/Applications");
+    a.bundle("../home/u/Applications/Mine.app", info("com.microsoft.Word", "16.2"));
+    EXPECT_EQ(a.lookup.findApplicationsWithBundleIdentifier(QStringLiteral("com.microsoft.Word"), 15, 16),
+              (QStringList{current, QString::fromStdString(a.scratch / "root/home/u/Applications/Mine.app")}));
+    EXPECT_EQ(a.lookup.findApplicationsWithBundleIdentifier(QStringLiteral("com.microsoft.Word"), 0, 14), QStringList{old});
+    EXPECT_FALSE(a.lookup.findApplicationsWithBundleIdentifier(QStringLiteral("com.nobody"), 0, 255));
+}
+
+TEST(AppLookup, FindByDocumentExtension) {
+    Applications a;
+    QVariantMap reader = info("com.refloom.Refloom", "2025.3");
+    reader.insert("CFBundleDocumentTypes", QVariantList{QVariantMap{{"CFBundleTypeExtensions", QStringList{"ENL", "enlx"}}}});
+    QString const refloom = a.bundle("Refloom 2025/Refloom 2025.app", reader);
+    a.bundle("Word.app", info("com.microsoft.Word", "16.0"));
+    EXPECT_EQ(a.lookup.findApplicationsForDocumentExtension(QStringLiteral("enl")), QStringList{refloom});
+    EXPECT_TRUE(a.lookup.findApplicationsForDocumentExtension(QStringLiteral("docx")).isEmpty());
+}
+
+TEST(AppLookup, RunningMeansALiveProcessInsideTheBundle) {
+    Applications a;
+    QString const bundle = a.bundle("Runner.app", info("com.refloom.runner", "1.0"));
+    fs::copy_file("/bin/sleep", (bundle + "/Contents/MacOS/runner").toStdString());
+    EXPECT_FALSE(a.lookup.isAppWithBundleIDRunning(QStringLiteral("com.refloom.runner")));
+    QProcess runner;
+    runner.start(bundle + "/Contents/MacOS/runner", {QStringLiteral("30")});
+    ASSERT_TRUE(runner.waitForStarted());
+    EXPECT_TRUE(a.lookup.isAppWithBundleIDRunning(QStringLiteral("com.refloom.runner")));
+    EXPECT_FALSE(a.lookup.isAppWithBundleIDRunning(QStringLiteral("com.refloom.other")));
+    EXPECT_FALSE(a.lookup.isAppWithBundleIDRunning(QString()));
+    runner.kill();
+    runner.waitForFinished();
+}

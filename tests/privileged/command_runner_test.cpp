@@ -1,0 +1,110 @@
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QFile>
+
+#include "privileged/command_runner.h"
+#include "privileged/process_run.h"
+#include "tests/fixtures/privileged.h"
+#include "tests/fixtures/scratch.h"
+
+using namespace Refloom;
+using rf_test::ScopedEnv;
+using rf_test::Scratch;
+
+namespace {
+
+struct Runner {
+    Scratch scratch;
+    QString resources = QString::fromStdString(scratch / "resources");
+    InstallerLog log{SystemRoot(QString::fromStdString(scratch / "root"), QStringLiteral("/home/u"))};
+    CommandRunner runner{log, {resources, rf_test::helperPath()}};
+
+    QStringList messages() {
+        QFile file(log.path());
+        QStringList lines;
+        if (file.open(QIODevice::ReadOnly))
+            for (QString const& line : QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts))
+                lines.append(line.mid(26));
+        return lines;
+    }
+    void script(char const* name, std::string const& body) {
+        std::string path = scratch.write(std::string("resources/") + name, "#!/bin/sh\n" + body);
+        QFile::setPermissions(QString::fromStdString(path), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    }
+};
+
+} // namespace
+
+TEST(CommandRunner, UserRunsAreLoggedWithTheirStatus) {
+    Runner r;
+    EXPECT_EQ(r.runner.launchApp(QStringLiteral("/bin/sh"), QStringList{"-c", "exit 3"}), 3);
+    EXPECT_EQ(r.runner.launchApp(QStringLiteral("/bin/true"), std::nullopt), 0);
+    EXPECT_EQ(r.messages(), (QStringList{"Running as user: /bin/sh -c exit 3 Result: 3",
+                                         "Running as user: /bin/true  Result: 0"}));
+    EXPECT_THROW(r.runner.launchApp(QStringLiteral("/no/such/tool"), std::nullopt), LaunchError);
+}
+
+TEST(CommandRunner, ExecCmdLineAppAnswersOutputOrError) {
+    Runner r;
+    EXPECT_EQ(r.runner.execCmdLineApp(QStringLiteral("/bin/echo"), QStringList{"hello"}), QStringLiteral("hello"));
+    EXPECT_EQ(r.runner.execCmdLineApp(QStringLiteral("/bin/true"), std::nullopt), QString());
+    EXPECT_EQ(r.runner.execCmdLineApp(QStringLiteral("/bin/sh"), QStringList{"-c", "echo out; exit 1"}), QStringLiteral("ERROR"));
+    EXPECT_EQ(r.runner.execCmdLineApp(QStringLiteral("/no/such/tool"), std::nullopt), QString());
+    QStringList const lines = r.messages();
+    EXPECT_EQ(lines.mid(0, 2), (QStringList{"Executing /bin/echo", "execCmdLineApp /bin/echo hello result: hello"}));
+    EXPECT_TRUE(lines.last().startsWith(QStringLiteral("Exception Raised "))) << lines.last().toStdString();
+}
+
+TEST(CommandRunner, SystemCallLogsTheCommandsOutput) {
+    Runner r;
+    r.script("say.sh", "echo \"out $1\"; echo err >&2; printf last\n");
+    EXPECT_EQ(r.runner.systemCallWithLog(QStringLiteral("say.sh"), QStringList{"a b"}, true), 0);
+    EXPECT_EQ(r.messages(), (QStringList{"out a b", "err", "last", "Run as user: say.sh a b Result: 0"}));
+}
+
+TEST(CommandRunner, ResourceScriptsAsUserOnly) {
+    Runner r;
+    r.script("fail.sh", "exit 1\n");
+    EXPECT_TRUE(r.runner.runResourceScript(QStringLiteral("fail.sh"), std::nullopt, true));
+    EXPECT_TRUE(r.runner.runResourceScript(QString(), QStringList{"x y", "z"}, true));
+    EXPECT_EQ(r.runner.authorization(), CommandRunner::Authorization::none);  // never asked
+    QStringList const lines = r.messages();
+    EXPECT_EQ(lines[0], QStringLiteral("Run: fail.sh -> Params: (null)"));
+    EXPECT_EQ(lines[1], QStringLiteral("Running as user: ") + r.resources + QStringLiteral("/fail.sh  Result: 1"));
+    EXPECT_EQ(lines[2], QStringLiteral("Run: (null) -> Params: ("));  // the list prints over lines
+}
+
+TEST(CommandRunner, RefusedAuthorizationIsAskedOnceAndCountsAsSuccess) {
+    ScopedEnv refuse("RF_ELEVATE", "false");
+    Runner r;
+    r.script("fail.sh", "exit 4\n");
+    EXPECT_FALSE(r.runner.authenticate());
+    EXPECT_FALSE(r.runner.authenticate());
+    EXPECT_EQ(r.runner.launchRootApp(QStringLiteral("/bin/mkdir"), QStringList{"x"}), 0);
+    EXPECT_EQ(r.runner.systemCallWithLog(QStringLiteral("fail.sh"), std::nullopt, false), 4);
+    EXPECT_FALSE(r.runner.runResourceScript(QStringLiteral("fail.sh"), std::nullopt, false));
+    QStringList const lines = r.messages();
+    EXPECT_EQ(lines.mid(0, 2), (QStringList{"Authenticate", "Authentication status :Failed"}));
+    EXPECT_EQ(lines.count(QStringLiteral("Authenticate")), 1);
+    EXPECT_TRUE(lines.filter(QStringLiteral("as admin")).isEmpty());
+
+    r.runner.dethenticate();  // forgets the refusal: the next question is asked again
+    EXPECT_FALSE(r.runner.authenticate());
+    EXPECT_EQ(r.messages().count(QStringLiteral("Authenticate")), 2);
+}
+
+TEST(CommandRunner, GrantedAuthorizationRunsThroughTheHelper) {
+    ScopedEnv direct("RF_ELEVATE", "");  // start the helper with the test's own rights
+    Runner r;
+    QString const made = QString::fromStdString(r.scratch / "made by helper");
+    ASSERT_TRUE(r.runner.authenticate());
+    EXPECT_EQ(r.runner.launchRootApp(QStringLiteral("/bin/mkdir"), QStringList{made}), 0);
+    EXPECT_TRUE(QDir(made).exists());
+    EXPECT_EQ(r.runner.launchRootApp(QStringLiteral("/usr/bin/id"), std::nullopt), -60005);
+    QStringList const lines = r.messages();
+    EXPECT_TRUE(lines.contains(QStringLiteral("Running as admin: /bin/mkdir ") + made + QStringLiteral(" Result: 0")));
+    EXPECT_TRUE(lines.contains(QStringLiteral("Failed to authenticate: /usr/bin/id Result: -60005")));
+    EXPECT_TRUE(lines.contains(QStringLiteral("Running as admin: /usr/bin/id  Result: -60005")));
+    EXPECT_EQ(lines.count(QStringLiteral("Authenticate")), 1);
+}

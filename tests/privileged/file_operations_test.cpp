@@ -1,0 +1,153 @@
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <QFile>
+
+#include <filesystem>
+
+#include "cp/file_utils.h"
+#include "privileged/file_operations.h"
+#include "support/plist_bridge.h"
+#include "tests/fixtures/privileged.h"
+#include "tests/fixtures/scratch.h"
+
+using namespace Refloom;
+using rf_test::read_file;
+using rf_test::Scratch;
+namespace fs = std::filesystem;
+
+namespace {
+
+// File operations whose administrator attempts are refused, so every run is the user's own.
+struct Files {
+    rf_test::ScopedEnv refuse{"RF_ELEVATE", "false"};
+    Scratch scratch;
+    InstallerLog log{SystemRoot(QString::fromStdString(scratch / "root"), QStringLiteral("/home/u"))};
+    CommandRunner runner{log, {QString::fromStdString(scratch / "resources"), rf_test::helperPath()}};
+    FileOperations files{runner, log, ToolTable(rf_test::bundleResources())};
+
+    QString at(std::string const& relative) const { return QString::fromStdString(scratch / relative); }
+    QStringList messages() {
+        QFile file(log.path());
+        QStringList lines;
+        if (file.open(QIODevice::ReadOnly))
+            for (QString const& line : QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts))
+                lines.append(line.mid(26));
+        return lines;
+    }
+};
+
+int mode(std::string const& path) {
+    struct stat info;
+    return ::stat(path.c_str(), &info) == 0 ? int(info.st_mode & 07777) : -1;
+}
+
+} // namespace
+
+TEST(FileOperations, RemoveUnlocksThenRemovesFilesAndFolders) {
+    Files f;
+    f.scratch.write("tree/sub/file", "x");
+    QString const tree = f.at("tree");
+    EXPECT_FALSE(f.files.removeFile(tree));
+    EXPECT_FALSE(fs::exists(f.scratch / "tree"));
+    EXPECT_EQ(f.messages(), (QStringList{"Remove File: " + tree, "Unlock Dir: " + tree,
+                                         "Running as user: /usr/bin/chattr -R -i " + tree + " Result: 0",
+                                         "Running as user: /bin/rm -rf " + tree + " Result: 0"}));
+}
+
+TEST(FileOperations, RemoveOfNothingRunsNothing) {
+    Files f;
+    EXPECT_FALSE(f.files.removeFile(f.at("missing")));
+    EXPECT_TRUE(f.files.removeFile(QString()));
+    EXPECT_EQ(f.messages(), (QStringList{"Remove File: " + f.at("missing"), "Remove File: "}));
+}
+
+TEST(FileOperations, RemoveOfALockedFile) {
+    if (!rf_test::is_root()) GTEST_SKIP() << "setting the immutable flag needs root";
+    Files f;
+    Lumenary::CP::CPath locked(f.scratch.write("locked", "x"));
+    ASSERT_TRUE(Lumenary::CP::CFileUtils::lock(locked, true));
+    EXPECT_FALSE(f.files.removeFile(f.at("locked")));
+    EXPECT_FALSE(locked.exists());
+}
+
+TEST(FileOperations, RenameAndCopyCheckTheirSources) {
+    Files f;
+    EXPECT_TRUE(f.files.renameFile(f.at("a"), QString()));
+    EXPECT_TRUE(f.files.renameFile(f.at("missing"), f.at("b")));
+    EXPECT_TRUE(f.files.copyPath(f.at("missing"), f.at("b")));
+    EXPECT_EQ(f.messages(), (QStringList{"Rename File: " + f.at("a") + " -> ",
+                                         "Rename File: " + f.at("missing") + " -> " + f.at("b"),
+                                         "rename: source path does not exist: " + f.at("missing"),
+                                         "Copy: " + f.at("missing") + " -> " + f.at("b"),
+                                         "Copy: source path does not exist: " + f.at("missing")}));
+    f.scratch.write("a", "A");
+    EXPECT_FALSE(f.files.renameFile(f.at("a"), f.at("renamed")));
+    EXPECT_EQ(read_file(f.scratch / "renamed"), "A");
+    // mv fails as the user; the administrator retry is refused, which counts as done. Intended.
+    EXPECT_FALSE(f.files.renameFile(f.at("renamed"), f.at("no/such/folder/x")));
+    EXPECT_TRUE(fs::exists(f.scratch / "renamed"));
+}
+
+TEST(FileOperations, CopyMergesIntoTheDestinationAndMakesParents) {
+    Files f;
+    f.scratch.write("src/new.txt", "new");
+    f.scratch.write("src/sub/deep.txt", "deep");
+    f.scratch.write("dst/kept.txt", "kept");
+    ::chmod((f.scratch / "src/new.txt").c_str(), 0640);
+    EXPECT_FALSE(f.files.copyPath(f.at("src"), f.at("dst")));
+    EXPECT_EQ(read_file(f.scratch / "dst/kept.txt"), "kept");
+    EXPECT_EQ(read_file(f.scratch / "dst/sub/deep.txt"), "deep");
+    EXPECT_EQ(mode(f.scratch / "dst/new.txt"), 0640);
+    EXPECT_FALSE(f.files.copyPath(f.at("src/new.txt"), f.at("made/for/it/new.txt")));
+    EXPECT_EQ(read_file(f.scratch / "made/for/it/new.txt"), "new");
+    EXPECT_TRUE(f.messages().contains("Running as user: " + rf_test::bundleResources() + "/rf-ditto -rsrcFork " +
+                                      f.at("src") + " " + f.at("dst") + " Result: 0"));
+}
+
+TEST(FileOperations, MakeDirSetsMode777OnlyOnNewFolders) {
+    Files f;
+    fs::create_directories(f.scratch / "old");
+    ::chmod((f.scratch / "old").c_str(), 0700);
+    EXPECT_FALSE(f.files.makeDir(f.at("old")));
+    EXPECT_EQ(mode(f.scratch / "old"), 0700);
+    EXPECT_FALSE(f.files.makeDir(f.at("new/deeper")));
+    EXPECT_EQ(mode(f.scratch / "new/deeper"), 0777);
+    EXPECT_TRUE(f.messages().contains("chmod: " + f.at("new/deeper") + " mode:777"));
+    EXPECT_TRUE(f.files.makeDir(QString()));
+}
+
+TEST(FileOperations, ChmodPassesTheModeAsWritten) {
+    Files f;
+    f.scratch.write("f", "");
+    EXPECT_FALSE(f.files.chmod(f.at("f"), QStringLiteral("u=rw,go=")));
+    EXPECT_EQ(mode(f.scratch / "f"), 0600);
+    EXPECT_TRUE(f.files.chmod(f.at("f"), QString()));
+    EXPECT_TRUE(f.messages().contains("Running as user: /bin/chmod u=rw,go= " + f.at("f") + " Result: 0"));
+}
+
+TEST(FileOperations, SymLinkNeedsItsSource) {
+    Files f;
+    EXPECT_TRUE(f.files.symLink(f.at("missing"), f.at("link")));
+    EXPECT_TRUE(f.messages().contains("file or dir '" + f.at("missing") + "' is missing"));
+    f.scratch.write("target", "t");
+    EXPECT_FALSE(f.files.symLink(f.at("target"), f.at("link")));
+    EXPECT_EQ(fs::read_symlink(f.scratch / "link"), f.scratch / "target");
+}
+
+TEST(FileOperations, AliasAnswersTrueOnSuccess) {
+    Files f;
+    f.scratch.write("target.txt", "t");
+    ASSERT_TRUE(f.files.makeAliasTarget(f.at("target.txt"), f.at("alias")));
+    QVariantMap const alias = readPlistFile(f.at("alias")).toMap();
+    EXPECT_EQ(alias.value("RFAliasTarget").toString(), f.at("target.txt"));
+    struct stat target;
+    ASSERT_EQ(::stat((f.scratch / "target.txt").c_str(), &target), 0);
+    EXPECT_EQ(alias.value("RFAliasTargetInode").toULongLong(), qulonglong(target.st_ino));
+
+    EXPECT_FALSE(f.files.makeAliasTarget(f.at("target.txt"), f.at("alias")));  // already there
+    EXPECT_FALSE(f.files.makeAliasTarget(f.at("missing"), f.at("alias2")));
+    QStringList const lines = f.messages();
+    EXPECT_EQ(lines, (QStringList{"makeAliasTarget: [" + f.at("target.txt") + "] [" + f.at("alias") + "] Error code: -48",
+                                  "makeAliasTarget: [" + f.at("missing") + "] [" + f.at("alias2") + "] Error code: -43"}));
+}
