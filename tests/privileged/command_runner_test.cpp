@@ -5,6 +5,7 @@
 
 #include "privileged/command_runner.h"
 #include "privileged/process_run.h"
+#include "tests/fixtures/log_lines.h"
 #include "tests/fixtures/privileged.h"
 #include "tests/fixtures/scratch.h"
 
@@ -20,14 +21,7 @@ struct Runner {
     InstallerLog log{SystemRoot(QString::fromStdString(scratch / "root"), QStringLiteral("/home/u"))};
     CommandRunner runner{log, {resources, rf_test::helperPath()}};
 
-    QStringList messages() {
-        QFile file(log.path());
-        QStringList lines;
-        if (file.open(QIODevice::ReadOnly))
-            for (QString const& line : QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts))
-                lines.append(line.mid(26));
-        return lines;
-    }
+    QStringList messages() const { return rf_test::logMessages(log.path()); }
     void script(char const* name, std::string const& body) {
         std::string path = scratch.write(std::string("resources/") + name, "#!/bin/sh\n" + body);
         QFile::setPermissions(QString::fromStdString(path), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);

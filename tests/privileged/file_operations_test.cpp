@@ -8,6 +8,7 @@
 #include "cp/file_utils.h"
 #include "privileged/file_operations.h"
 #include "support/plist_bridge.h"
+#include "tests/fixtures/log_lines.h"
 #include "tests/fixtures/privileged.h"
 #include "tests/fixtures/scratch.h"
 
@@ -27,14 +28,7 @@ struct Files {
     FileOperations files{runner, log, ToolTable(rf_test::bundleResources())};
 
     QString at(std::string const& relative) const { return QString::fromStdString(scratch / relative); }
-    QStringList messages() {
-        QFile file(log.path());
-        QStringList lines;
-        if (file.open(QIODevice::ReadOnly))
-            for (QString const& line : QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts))
-                lines.append(line.mid(26));
-        return lines;
-    }
+    QStringList messages() const { return rf_test::logMessages(log.path()); }
 };
 
 int mode(std::string const& path) {

@@ -9,6 +9,7 @@
 #include <filesystem>
 
 #include "privileged/file_operations.h"
+#include "tests/fixtures/log_lines.h"
 #include "tests/fixtures/privileged.h"
 
 using namespace Refloom;
@@ -26,14 +27,7 @@ struct AsUser {
     CommandRunner runner{log, {sandbox, helper}};
     FileOperations files{runner, log, ToolTable(QFileInfo(helper).path() + QStringLiteral("/../Resources"))};
 
-    QStringList messages() {
-        QFile file(log.path());
-        QStringList lines;
-        if (file.open(QIODevice::ReadOnly))
-            for (QString const& line : QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts))
-                lines.append(line.mid(26));
-        return lines;
-    }
+    QStringList messages() const { return rf_test::logMessages(log.path()); }
 };
 
 bool runByTheScript() { return geteuid() != 0 && qEnvironmentVariableIsSet("RF_PRIVILEGED_SANDBOX"); }
