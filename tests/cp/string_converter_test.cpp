@@ -87,13 +87,6 @@ TEST(StringConverter, UtfShorthandsAndPlatformPath) {
     EXPECT_STREQ(Common::MakePlatformPath("a", L"dir/"), L"dir//a");
 }
 
-TEST(CException, MessagesByCode) {
-    EXPECT_STREQ(CException(0).what(), "Attempt to access a NULL pointer.");
-    EXPECT_STREQ(CException(3).whatw(), L"Bad params were used.");
-    EXPECT_STREQ(CException(2).what(), "Buffer is too small to hold requested data.");
-    EXPECT_STREQ(CException(7).what(), "");
-    EXPECT_STREQ(CException(7).whatw(), L"");
-}
 
 TEST(CLibraryUtf8, ConvertsBothWaysAndRejectsInvalidInput) {
     std::string const bytes = "\xC3\xBC\xE2\x82\xAC\xF0\x9F\x98\x80";

@@ -5,6 +5,7 @@
 
 #include "privileged/command_runner.h"
 #include "privileged/process_run.h"
+#include "privileged/system_log_launch.h"
 #include "tests/fixtures/log_lines.h"
 #include "tests/fixtures/privileged.h"
 #include "tests/fixtures/scratch.h"
@@ -101,4 +102,18 @@ TEST(CommandRunner, GrantedAuthorizationRunsThroughTheHelper) {
     EXPECT_TRUE(lines.contains(QStringLiteral("Failed to authenticate: /usr/bin/id Result: -60005")));
     EXPECT_TRUE(lines.contains(QStringLiteral("Running as admin: /usr/bin/id  Result: -60005")));
     EXPECT_EQ(lines.count(QStringLiteral("Authenticate")), 1);
+}
+
+TEST(SystemLogLaunch, SameRulesWithoutAController) {
+    rf_test::ScopedEnv refuse("RF_ELEVATE", "false");
+    EXPECT_EQ(launchApplication(QStringLiteral("/bin/sh"), QStringList{"-c", "exit 2"}), 2);
+    EXPECT_EQ(authenticate(rf_test::helperPath()), nullptr);
+    // No handle and a refused prompt: nothing runs, and that counts as launched.
+    EXPECT_EQ(launchApplicationAsRoot(nullptr, rf_test::helperPath(), QStringLiteral("/bin/rm"), std::nullopt), 0);
+
+    rf_test::ScopedEnv direct("RF_ELEVATE", "");
+    AuthorizationRef granted = authenticate(rf_test::helperPath());
+    ASSERT_NE(granted, nullptr);
+    EXPECT_EQ(launchApplicationAsRoot(granted, rf_test::helperPath(), QStringLiteral("/usr/bin/id"), std::nullopt), -60005);
+    dethenticate(granted);
 }

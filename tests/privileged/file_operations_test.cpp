@@ -145,3 +145,14 @@ TEST(FileOperations, AliasAnswersTrueOnSuccess) {
     EXPECT_EQ(lines, (QStringList{"makeAliasTarget: [" + f.at("target.txt") + "] [" + f.at("alias") + "] Error code: -48",
                                   "makeAliasTarget: [" + f.at("missing") + "] [" + f.at("alias2") + "] Error code: -43"}));
 }
+
+TEST(ToolTable, OperandsFillWholeArgumentsAndResourcesAreFound) {
+    ToolTable const tools(QStringLiteral("/res"));
+    // Operands are never read as patterns: a path holding "{2}" or "%1" stays as it is.
+    EXPECT_EQ(tools.call(FileTool::copy, QStringLiteral("/a {2} %1"), QStringLiteral("/b")),
+              (ToolCall{"/res/rf-ditto", {"-rsrcFork", "/a {2} %1", "/b"}}));
+    EXPECT_EQ(tools.call(FileTool::chmod, QStringLiteral("/f"), QStringLiteral("755")),
+              (ToolCall{"/bin/chmod", {"755", "/f"}}));
+    for (ToolRow const& row : ToolTable::rows())
+        EXPECT_TRUE(QString::fromLatin1(row.tool).startsWith(QLatin1Char('/')) || row.tool[0] == '@') << row.tool;
+}

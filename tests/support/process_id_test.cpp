@@ -5,12 +5,6 @@
 
 #include "support/process_id.h"
 
-TEST(ProcessId, IsThePosixProcess) {
-    ProcessSerialNumber psn;
-    ASSERT_TRUE(cpprocess_id(&psn));
-    EXPECT_EQ(psn.lowLongOfPSN, static_cast<std::uint32_t>(getpid()));
-    EXPECT_FALSE(cpprocess_id(nullptr));
-}
 
 TEST(ProcessId, UuidTextIsCanonicalAndRoundTrips) {
     uuid value, other;
