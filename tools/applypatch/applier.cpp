@@ -1,0 +1,238 @@
+#include "tools/applypatch/applier.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <set>
+
+#include "tools/applypatch/crypto.h"
+#include "tools/applypatch/delta.h"
+#include "tools/applypatch/journal.h"
+#include "tools/applypatch/tree.h"
+#include "tools/applypatch/zstd_stream.h"
+
+namespace Refloom::Patch {
+namespace {
+
+[[noreturn]] void failed(std::string const& what) {
+    throw PatchError(Refusal::failed, what + ": " + std::strerror(errno));
+}
+
+class Progress {
+public:
+    Progress(bool on, std::size_t total) : m_on(on), m_total(total) {}
+    void step(char const* phase) {
+        ++m_done;
+        if (m_on && (m_done == m_total || m_done % 64 == 0))
+            std::fprintf(stderr, "\rapplyPatch: %s %zu/%zu ", phase, m_done, m_total);
+    }
+    void reset(std::size_t total) {
+        if (m_on) std::fputc('\n', stderr);
+        m_done = 0;
+        m_total = total;
+    }
+
+private:
+    bool m_on;
+    std::size_t m_total;
+    std::size_t m_done = 0;
+};
+
+// Holds the folder's lock for one run, so that two runs never interleave.
+class FolderLock {
+public:
+    explicit FolderLock(std::string const& path)
+        : m_path(path), m_fd(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600)) {
+        if (m_fd < 0 || flock(m_fd, LOCK_EX) != 0) failed("cannot lock " + path);
+    }
+    // The lock file goes with the run, so nothing is left beside the folder.
+    ~FolderLock() {
+        unlink(m_path.c_str());
+        close(m_fd);
+    }
+
+private:
+    std::string m_path;
+    int m_fd;
+};
+
+// Paths whose current link the patch replaces: a new path below one of them is safe, because the
+// link is moved out before anything goes in below it.
+std::set<std::string> replacedLinks(Manifest const& manifest) {
+    std::set<std::string> links;
+    for (Entry const& e : manifest.entries)
+        if (e.source.kind == Kind::link && e.target.kind != Kind::link) links.insert(e.path);
+    return links;
+}
+
+// Refuses a path that would lead out of the folder through a link already in it. Answers
+// whether a parent is a replaced link (then nothing can be there yet).
+bool checkParents(std::string const& folder, Entry const& e, std::set<std::string> const& replaced) {
+    for (std::size_t slash = e.path.find('/'); slash != std::string::npos; slash = e.path.find('/', slash + 1)) {
+        std::string const parent = e.path.substr(0, slash);
+        if (replaced.count(parent)) return true;
+        struct stat info;
+        if (lstat((folder + "/" + parent).c_str(), &info) == 0 && S_ISLNK(info.st_mode))
+            throw PatchError(Refusal::unsafe_path, "\"" + e.path + "\" would pass through the link \"" + parent + "\"");
+    }
+    return false;
+}
+
+bool sameState(Node const& expected, Node const& found) {
+    if (expected.kind != found.kind) return false;
+    switch (expected.kind) {
+    case Kind::file: return expected.size == found.size && expected.sha256 == found.sha256;
+    case Kind::link: return expected.link == found.link;
+    default: return true;
+    }
+}
+
+void checkState(std::string const& folder, Manifest const& manifest) {
+    std::set<std::string> const replaced = replacedLinks(manifest);
+    for (Entry const& e : manifest.entries) {
+        bool const belowReplacedLink = checkParents(folder, e, replaced);
+        Node const found = belowReplacedLink ? Node{} : inspect(folder, e.path);
+        if (!sameState(e.source, found))
+            throw PatchError(Refusal::wrong_state, "\"" + e.path + "\" is not as the patch expects; nothing was changed");
+    }
+}
+
+// Writes one new file into the stage and checks it against the target hash.
+void stageFile(PatchFile const& patch, Locations const& at, Entry const& e, std::size_t index, uid_t owner, gid_t group) {
+    std::string const staged = at.stage + "/" + std::to_string(index);
+    int fd = open(staged.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    if (fd < 0) failed("cannot stage " + e.path);
+    Sha256 hash;
+    std::uint64_t size = 0;
+    auto sink = [&](void const* data, std::size_t count) {
+        hash.update(data, count);
+        size += count;
+        for (auto const* bytes = static_cast<char const*>(data); count > 0;) {
+            ssize_t n = write(fd, bytes, count);
+            if (n < 0 && errno == EINTR) continue;
+            if (n <= 0) return false;
+            bytes += n;
+            count -= std::size_t(n);
+        }
+        return true;
+    };
+    bool produced;
+    if (e.payload == PayloadKind::delta) {
+        std::string const old = readWholeFile(at.folder + "/" + e.path);
+        produced = applyDelta(old, patch.fd(), patch.payloadStart(e), e.payloadSize, sink);
+    } else {
+        ZstdFileReader reader(patch.fd(), patch.payloadStart(e), e.payloadSize);
+        std::string buffer(1 << 17, '\0');
+        produced = true;
+        for (std::uint64_t left = e.target.size; produced && left > 0;) {
+            std::size_t chunk = std::size_t(std::min<std::uint64_t>(left, buffer.size()));
+            produced = reader.read(buffer.data(), chunk) && sink(buffer.data(), chunk);
+            left -= chunk;
+        }
+        produced = produced && reader.finished();
+    }
+    if (geteuid() == 0 && fchown(fd, owner, group) != 0) produced = false;
+    timespec const times[2] = {{e.mtimeSeconds, long(e.mtimeNanoseconds)}, {e.mtimeSeconds, long(e.mtimeNanoseconds)}};
+    bool const finished = produced && fchmod(fd, e.target.mode) == 0 && futimens(fd, times) == 0;
+    close(fd);
+    if (!finished || size != e.target.size || hash.finish() != e.target.sha256)
+        throw PatchError(Refusal::bad_payload, "the new \"" + e.path + "\" does not come out as the patch says");
+}
+
+void stage(PatchFile const& patch, Locations const& at, Progress& progress) {
+    if (mkdir(at.stage.c_str(), 0700) != 0 || mkdir(at.backup.c_str(), 0700) != 0) failed("cannot make " + at.stage);
+    struct stat folder;
+    stat(at.folder.c_str(), &folder);
+    auto const& entries = patch.manifest().entries;
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        Entry const& e = entries[i];
+        if (e.op != Op::mode && e.target.kind == Kind::file) stageFile(patch, at, e, i, folder.st_uid, folder.st_gid);
+        if (e.op != Op::mode && e.target.kind == Kind::link) {
+            std::string const staged = at.stage + "/" + std::to_string(i);
+            timespec const times[2] = {{e.mtimeSeconds, long(e.mtimeNanoseconds)}, {e.mtimeSeconds, long(e.mtimeNanoseconds)}};
+            if (symlink(e.target.link.c_str(), staged.c_str()) != 0) failed("cannot stage " + e.path);
+            utimensat(AT_FDCWD, staged.c_str(), times, AT_SYMLINK_NOFOLLOW);
+            if (geteuid() == 0) lchown(staged.c_str(), folder.st_uid, folder.st_gid);
+        }
+        progress.step("staging");
+    }
+}
+
+void setTimes(std::string const& path, Entry const& e) {
+    timespec const times[2] = {{e.mtimeSeconds, long(e.mtimeNanoseconds)}, {e.mtimeSeconds, long(e.mtimeNanoseconds)}};
+    if (utimensat(AT_FDCWD, path.c_str(), times, AT_SYMLINK_NOFOLLOW) != 0) failed("cannot set the time of " + path);
+}
+
+// Old items out (children first), new items in (parents first), then modes and times.
+void commit(Locations const& at, Manifest const& manifest, Progress& progress) {
+    auto const& entries = manifest.entries;
+    for (std::size_t i = entries.size(); i-- > 0;) {
+        Entry const& e = entries[i];
+        if (e.op == Op::remove || e.op == Op::replace || e.op == Op::delta) {
+            std::string const path = at.folder + "/" + e.path;
+            if (rename(path.c_str(), (at.backup + "/" + std::to_string(i)).c_str()) != 0) failed("cannot move out " + e.path);
+        }
+        progress.step("committing");
+    }
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        Entry const& e = entries[i];
+        std::string const path = at.folder + "/" + e.path;
+        if (e.op == Op::mode || e.op == Op::remove) continue;
+        if (e.target.kind == Kind::folder) {
+            if (mkdir(path.c_str(), 0700) != 0) failed("cannot make " + e.path);
+        } else if (rename((at.stage + "/" + std::to_string(i)).c_str(), path.c_str()) != 0) {
+            failed("cannot move in " + e.path);
+        }
+    }
+    for (std::size_t i = entries.size(); i-- > 0;) {
+        Entry const& e = entries[i];
+        if (e.op == Op::remove || (e.target.kind != Kind::folder && e.op != Op::mode)) continue;
+        std::string const path = at.folder + "/" + e.path;
+        if (e.target.kind != Kind::link && chmod(path.c_str(), e.target.mode) != 0) failed("cannot set the mode of " + e.path);
+        setTimes(path, e);
+    }
+}
+
+} // namespace
+
+void applyPatch(PatchFile const& patch, ApplyOptions const& options) {
+    Locations const at = locate(options.folder);
+    FolderLock lock(at.lock);
+    recover(at);
+    Manifest const& manifest = patch.manifest();
+    checkState(at.folder, manifest);
+    patch.checkPayloads();
+    if (options.dryRun) return;
+
+    Progress progress(options.progress, manifest.entries.size());
+    try {
+        stage(patch, at, progress);
+    } catch (...) {
+        cleanUp(at);  // nothing in the folder has moved yet
+        throw;
+    }
+    // Staged data reaches the disk before the journal that relies on it.
+    if (int fd = open(at.stage.c_str(), O_RDONLY | O_CLOEXEC); fd >= 0) {
+        syncfs(fd);
+        close(fd);
+    }
+    writeJournal(at, JournalState::committing, manifest);
+    progress.reset(manifest.entries.size());
+    try {
+        commit(at, manifest, progress);
+    } catch (PatchError const&) {
+        rollBack(at, manifest);
+        cleanUp(at);
+        throw;
+    }
+    writeJournal(at, JournalState::committed, manifest);
+    cleanUp(at);
+    if (options.progress) std::fputc('\n', stderr);
+}
+
+} // namespace Refloom::Patch

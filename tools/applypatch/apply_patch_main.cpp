@@ -1,0 +1,65 @@
+// applyPatch -d FOLDER -i PATCH [-n] [-C]
+//   -n  dry run: exit 0 only when the folder is exactly in the patch's source state
+//   -C  print the patch's content entries, one "value,key" line each
+// The public key is "applyPatch.pub" beside this executable. Exit statuses: 0 done, 1 usage,
+// 2 unreadable patch, 3 bad signature, 4 unknown format version, 5 unsafe path, 6 folder not in
+// the expected state, 7 payload or result hash mismatch, 8 failed and restored.
+#include <unistd.h>
+
+#include <climits>
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+#include "tools/applypatch/applier.h"
+
+using namespace Refloom::Patch;
+
+namespace {
+
+int usage() {
+    std::fputs("usage: applyPatch -d FOLDER -i PATCH [-n] [-C]\n", stderr);
+    return 1;
+}
+
+std::string publicKeyBesideTool() {
+    char self[PATH_MAX];
+    ssize_t length = readlink("/proc/self/exe", self, sizeof self - 1);
+    if (length <= 0) return "applyPatch.pub";
+    std::string path(self, std::size_t(length));
+    return path.substr(0, path.rfind('/') + 1) + "applyPatch.pub";
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    std::string folder, patchPath;
+    bool dryRun = false, content = false;
+    for (int i = 1; i < argc; ++i) {
+        std::string const arg = argv[i];
+        if ((arg == "-d" || arg == "-i") && i + 1 < argc)
+            (arg == "-d" ? folder : patchPath) = argv[++i];
+        else if (arg == "-n")
+            dryRun = true;
+        else if (arg == "-C")
+            content = true;
+        else
+            return usage();
+    }
+    if (patchPath.empty() || (folder.empty() && !content)) return usage();
+    try {
+        PatchFile const patch(patchPath, publicKeyBesideTool());
+        if (content) {
+            for (auto const& [value, key] : patch.manifest().content) std::printf("%s,%s\n", value.c_str(), key.c_str());
+            return 0;
+        }
+        applyPatch(patch, {folder, dryRun, isatty(2) == 1});
+        return 0;
+    } catch (PatchError const& error) {
+        std::fprintf(stderr, "applyPatch: %s\n", error.what());
+        return error.status();
+    } catch (std::exception const& error) {
+        std::fprintf(stderr, "applyPatch: %s\n", error.what());
+        return int(Refusal::failed);
+    }
+}

@@ -1,0 +1,25 @@
+// Binary deltas between an old and a new file: approximate matches found through a suffix array
+// of the old file, stored as three zstd streams (controls, byte differences, new bytes).
+// Executables change by small shifts in many places, which byte differences capture and
+// plain string matching does not.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <string_view>
+
+namespace Refloom::Patch {
+
+// The delta payload turning `oldData` into `newData`, compressed at `level`.
+std::string makeDelta(std::string_view oldData, std::string_view newData, int level);
+
+// Receives the new file's bytes in order; answers false to stop.
+using Sink = std::function<bool(void const* data, std::size_t size)>;
+
+// Produces the new file from the old file's bytes and the delta payload stored at
+// [offset, offset + size) of `patchFd`. Memory stays a few buffers besides the old file. False
+// when the payload is malformed or the sink stops.
+bool applyDelta(std::string_view oldData, int patchFd, std::uint64_t offset, std::uint64_t size, Sink const& sink);
+
+} // namespace Refloom::Patch

@@ -1,0 +1,63 @@
+// makePatch OLD_FOLDER NEW_FOLDER -o PATCH --key PRIVATE_KEY [--content FILE] [--level N]
+// makePatch --genkey NAME     writes NAME.key (private) and NAME.pub (public, for applyPatch)
+#include <chrono>
+#include <cstdio>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tools/applypatch/crypto.h"
+#include "tools/applypatch/maker.h"
+
+using namespace Refloom::Patch;
+
+namespace {
+
+int usage() {
+    std::fputs("usage: makePatch OLD_FOLDER NEW_FOLDER -o PATCH --key PRIVATE_KEY [--content FILE] [--level N]\n"
+               "       makePatch --genkey NAME\n",
+               stderr);
+    return 1;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    std::vector<std::string> args(argv + 1, argv + argc);
+    if (args.size() == 2 && args[0] == "--genkey") {
+        std::string error;
+        if (!generateKeyPair(args[1] + ".key", args[1] + ".pub", error)) {
+            std::fprintf(stderr, "makePatch: %s\n", error.c_str());
+            return 8;
+        }
+        return 0;
+    }
+    MakeOptions options;
+    options.threads = int(std::max(1u, std::thread::hardware_concurrency()));
+    std::vector<std::string> folders;
+    std::string contentFile;
+    for (std::size_t i = 0; i < args.size(); ++i) {
+        bool const hasValue = i + 1 < args.size();
+        if (args[i] == "-o" && hasValue) options.output = args[++i];
+        else if (args[i] == "--key" && hasValue) options.privateKey = args[++i];
+        else if (args[i] == "--content" && hasValue) contentFile = args[++i];
+        else if (args[i] == "--level" && hasValue) options.level = std::stoi(args[++i]);
+        else if (!args[i].starts_with("-")) folders.push_back(args[i]);
+        else return usage();
+    }
+    if (folders.size() != 2 || options.output.empty() || options.privateKey.empty()) return usage();
+    options.oldFolder = folders[0];
+    options.newFolder = folders[1];
+    try {
+        if (!contentFile.empty()) options.content = readContentFile(contentFile);
+        auto const start = std::chrono::steady_clock::now();
+        MakeReport const report = makePatch(options);
+        double const seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+        std::fprintf(stderr, "makePatch: %zu changes (%zu deltas), %llu bytes, %.1f s\n", report.entries, report.deltas,
+                     static_cast<unsigned long long>(report.patchSize), seconds);
+        return 0;
+    } catch (PatchError const& error) {
+        std::fprintf(stderr, "makePatch: %s\n", error.what());
+        return error.status();
+    }
+}

@@ -1,0 +1,169 @@
+#include "tools/applypatch/maker.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cstdio>
+#include <fstream>
+#include <mutex>
+#include <thread>
+
+#include "tools/applypatch/crypto.h"
+#include "tools/applypatch/delta.h"
+#include "tools/applypatch/tree.h"
+#include "tools/applypatch/zstd_stream.h"
+
+namespace Refloom::Patch {
+namespace {
+
+// A file whose payload is still to be made, and what it became.
+struct Job {
+    std::size_t entry;
+    std::string oldPath;  // empty: no old file to delta against
+    std::string newPath;
+    std::string payload;
+    PayloadKind kind = PayloadKind::whole;
+};
+
+// The delta when it is the smaller, else the whole file. A fast whole-file estimate decides
+// whether the full-strength whole-file payload is worth making at all.
+void makePayload(Job& job, int level) {
+    std::string const next = readWholeFile(job.newPath);
+    if (!job.oldPath.empty()) {
+        std::string const old = readWholeFile(job.oldPath);
+        job.payload = makeDelta(old, next, level);
+        job.kind = PayloadKind::delta;
+        if (compress(next, 3).size() >= job.payload.size()) return;
+    }
+    std::string whole = compress(next, level, next.size() > (32u << 20) ? 2 : 0);
+    if (job.payload.empty() || whole.size() < job.payload.size()) {
+        job.payload = std::move(whole);
+        job.kind = PayloadKind::whole;
+    }
+}
+
+void runJobs(std::vector<Job>& jobs, int level, int threads) {
+    std::atomic<std::size_t> next{0};
+    std::exception_ptr failure;
+    std::mutex failureLock;
+    auto worker = [&] {
+        for (std::size_t i; (i = next++) < jobs.size();) {
+            try {
+                makePayload(jobs[i], level);
+            } catch (...) {
+                std::lock_guard guard(failureLock);
+                failure = std::current_exception();
+            }
+        }
+    };
+    std::vector<std::thread> pool;
+    for (int t = 1; t < threads; ++t) pool.emplace_back(worker);
+    worker();
+    for (std::thread& t : pool) t.join();
+    if (failure) std::rethrow_exception(failure);
+}
+
+Entry entryFor(std::string const& path, TreeItem const* old, TreeItem const* next) {
+    Entry e;
+    e.path = path;
+    if (old) e.source = old->node;
+    if (next) {
+        e.target = next->node;
+        e.mtimeSeconds = next->mtimeSeconds;
+        e.mtimeNanoseconds = next->mtimeNanoseconds;
+    }
+    if (!old) e.op = Op::add;
+    else if (!next) e.op = Op::remove;
+    else if (old->node.kind != next->node.kind || old->node.link != next->node.link) e.op = Op::replace;
+    else if (old->node.kind == Kind::file && old->node.sha256 != next->node.sha256) e.op = Op::delta;
+    else e.op = Op::mode;
+    if (e.target.kind == Kind::file && e.op != Op::mode) e.payload = PayloadKind::whole;
+    return e;
+}
+
+// Nothing to do: same node, and for a file the same time too.
+bool unchanged(TreeItem const& old, TreeItem const& next) {
+    return old.node == next.node && (old.node.kind != Kind::file || (old.mtimeSeconds == next.mtimeSeconds &&
+                                                                     old.mtimeNanoseconds == next.mtimeNanoseconds));
+}
+
+} // namespace
+
+std::vector<std::pair<std::string, std::string>> readContentFile(std::string const& path) {
+    std::ifstream in(path);
+    if (!in) throw PatchError(Refusal::failed, "cannot read the content file " + path);
+    std::vector<std::pair<std::string, std::string>> content;
+    for (std::string line; std::getline(in, line);) {
+        if (line.empty()) continue;
+        auto comma = line.find(',');
+        if (comma == std::string::npos || line.find(',', comma + 1) != std::string::npos)
+            throw PatchError(Refusal::failed, "content lines are \"value,key\": " + line);
+        content.emplace_back(line.substr(0, comma), line.substr(comma + 1));
+    }
+    return content;
+}
+
+MakeReport makePatch(MakeOptions const& options) {
+    auto const oldTree = scanTree(options.oldFolder);
+    auto const newTree = scanTree(options.newFolder);
+
+    Manifest manifest;
+    manifest.content = options.content;
+    std::vector<Job> jobs;
+    auto o = oldTree.begin();
+    auto n = newTree.begin();
+    while (o != oldTree.end() || n != newTree.end()) {
+        bool const takeOld = n == newTree.end() || (o != oldTree.end() && o->first <= n->first);
+        bool const takeNew = o == oldTree.end() || (n != newTree.end() && n->first <= o->first);
+        TreeItem const* old = takeOld ? &o->second : nullptr;
+        TreeItem const* next = takeNew ? &n->second : nullptr;
+        std::string const& path = takeOld ? o->first : n->first;
+        if (!(old && next && unchanged(*old, *next))) {
+            Entry e = entryFor(path, old, next);
+            if (e.payload != PayloadKind::none)
+                jobs.push_back({manifest.entries.size(), e.op == Op::delta ? options.oldFolder + "/" + path : "",
+                                options.newFolder + "/" + path, {}, PayloadKind::whole});
+            manifest.entries.push_back(std::move(e));
+        }
+        if (takeOld) ++o;
+        if (takeNew) ++n;
+    }
+
+    runJobs(jobs, options.level, std::max(1, options.threads));
+    MakeReport report;
+    for (Job const& job : jobs) {
+        Entry& e = manifest.entries[job.entry];
+        e.payload = job.kind;
+        if (job.kind == PayloadKind::whole && e.op == Op::delta) e.op = Op::replace;
+        if (job.kind == PayloadKind::delta) ++report.deltas;
+        e.payloadOffset = manifest.payloadTotal;
+        e.payloadSize = job.payload.size();
+        e.payloadSha256 = hashBytes(job.payload);
+        manifest.payloadTotal += job.payload.size();
+    }
+
+    std::string const body = serialize(manifest);
+    std::string const header = signedHeader(body.size());
+    std::string const signature = sign(options.privateKey, header + body);
+
+    std::string const temporary = options.output + ".partial";
+    {
+        std::ofstream out(temporary, std::ios::binary | std::ios::trunc);
+        out << header << signature << body;
+        for (Job const& job : jobs) out << job.payload;
+        if (!out.flush()) {
+            std::remove(temporary.c_str());
+            throw PatchError(Refusal::failed, "cannot write " + options.output);
+        }
+    }
+    if (std::rename(temporary.c_str(), options.output.c_str()) != 0) {
+        std::remove(temporary.c_str());
+        throw PatchError(Refusal::failed, "cannot write " + options.output);
+    }
+    report.entries = manifest.entries.size();
+    report.patchSize = header.size() + signature.size() + body.size() + manifest.payloadTotal;
+    return report;
+}
+
+} // namespace Refloom::Patch

@@ -1,0 +1,71 @@
+#include "tools/applypatch/zstd_stream.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+
+#include "tools/applypatch/format.h"
+
+namespace Refloom::Patch {
+
+std::string compress(std::string_view data, int level, int workers) {
+    ZSTD_CCtx* context = ZSTD_createCCtx();
+    ZSTD_CCtx_setParameter(context, ZSTD_c_compressionLevel, level);
+    ZSTD_CCtx_setParameter(context, ZSTD_c_checksumFlag, 1);
+    if (workers > 0) ZSTD_CCtx_setParameter(context, ZSTD_c_nbWorkers, workers);
+    std::string out(ZSTD_compressBound(data.size()), '\0');
+    std::size_t size = ZSTD_compress2(context, out.data(), out.size(), data.data(), data.size());
+    ZSTD_freeCCtx(context);
+    if (ZSTD_isError(size)) throw PatchError(Refusal::failed, std::string("compression failed: ") + ZSTD_getErrorName(size));
+    out.resize(size);
+    return out;
+}
+
+ZstdFileReader::ZstdFileReader(int fd, std::uint64_t offset, std::uint64_t size)
+    : m_fd(fd), m_offset(offset), m_left(size), m_stream(ZSTD_createDStream()), m_in(1 << 17, '\0') {
+    ZSTD_initDStream(m_stream);
+    // A window no real payload needs: refuse frames that would make us allocate beyond it.
+    ZSTD_DCtx_setParameter(m_stream, ZSTD_d_windowLogMax, 27);
+}
+
+ZstdFileReader::~ZstdFileReader() { ZSTD_freeDStream(m_stream); }
+
+bool ZstdFileReader::refill() {
+    if (m_left == 0) return false;
+    std::size_t want = std::size_t(std::min<std::uint64_t>(m_left, m_in.size()));
+    ssize_t got;
+    do got = pread(m_fd, m_in.data(), want, off_t(m_offset));
+    while (got < 0 && errno == EINTR);
+    if (got <= 0) return false;
+    m_offset += std::uint64_t(got);
+    m_left -= std::uint64_t(got);
+    m_input = {m_in.data(), std::size_t(got), 0};
+    return true;
+}
+
+bool ZstdFileReader::read(void* out, std::size_t size) {
+    ZSTD_outBuffer output{out, size, 0};
+    while (output.pos < output.size) {
+        if (m_input.pos == m_input.size && !refill()) return false;
+        std::size_t const before = output.pos;
+        m_lastResult = ZSTD_decompressStream(m_stream, &output, &m_input);
+        if (ZSTD_isError(m_lastResult)) return false;
+        if (m_lastResult == 0 && output.pos == before && m_input.pos == m_input.size && m_left == 0) return false;
+    }
+    return true;
+}
+
+bool ZstdFileReader::finished() {
+    char probe;
+    ZSTD_outBuffer output{&probe, 1, 0};
+    // Drain what is left: a complete frame produces nothing more and reports 0.
+    while (m_lastResult != 0) {
+        if (m_input.pos == m_input.size && !refill()) return false;
+        m_lastResult = ZSTD_decompressStream(m_stream, &output, &m_input);
+        if (ZSTD_isError(m_lastResult) || output.pos != 0) return false;
+    }
+    return m_input.pos == m_input.size && m_left == 0;
+}
+
+} // namespace Refloom::Patch

@@ -1,0 +1,41 @@
+// zstd compression of whole buffers, and streaming decompression of a frame stored in a file,
+// so that applying never holds a whole payload in memory.
+#pragma once
+
+#include <zstd.h>
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace Refloom::Patch {
+
+// Compressed with `workers` threads (0: in the calling thread).
+std::string compress(std::string_view data, int level, int workers = 0);
+
+// Reads the decompressed bytes of the zstd data stored at [offset, offset + size) of a file.
+class ZstdFileReader {
+public:
+    ZstdFileReader(int fd, std::uint64_t offset, std::uint64_t size);
+    ~ZstdFileReader();
+    ZstdFileReader(ZstdFileReader const&) = delete;
+    ZstdFileReader& operator=(ZstdFileReader const&) = delete;
+
+    // Fills `size` bytes; false when the data ends first or is corrupt.
+    bool read(void* out, std::size_t size);
+    // True when every byte has been read and the frame is complete.
+    bool finished();
+
+private:
+    bool refill();
+
+    int m_fd;
+    std::uint64_t m_offset;
+    std::uint64_t m_left;
+    ZSTD_DStream* m_stream;
+    std::string m_in;
+    ZSTD_inBuffer m_input{nullptr, 0, 0};
+    std::size_t m_lastResult = 1;
+};
+
+} // namespace Refloom::Patch
