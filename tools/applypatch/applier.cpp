@@ -83,8 +83,9 @@ bool checkParents(std::string const& folder, Entry const& e, std::set<std::strin
     return false;
 }
 
+// Kind, content and mode; a link's only content is its target.
 bool sameState(Node const& expected, Node const& found) {
-    if (expected.kind != found.kind) return false;
+    if (expected.kind != found.kind || expected.mode != found.mode) return false;
     switch (expected.kind) {
     case Kind::file: return expected.size == found.size && expected.sha256 == found.sha256;
     case Kind::link: return expected.link == found.link;

@@ -70,7 +70,7 @@ Node inspect(std::string const& root, std::string const& path) {
     std::string const full = root + "/" + path;
     struct stat info;
     if (lstat(full.c_str(), &info) != 0) {
-        if (errno == ENOENT) return Node{};
+        if (errno == ENOENT || errno == ENOTDIR) return Node{};  // nothing there, or a file where a folder would be
         unreadable(full);
     }
     return describe(full, info);

@@ -1,0 +1,109 @@
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <functional>
+#include <random>
+
+#include "tests/tools/patch_fixture.h"
+
+namespace fs = std::filesystem;
+using rf_test::PatchFixture;
+
+namespace {
+
+// Bytes that look like a binary: runs of structure with scattered noise.
+std::string binary(std::size_t size, unsigned seed) {
+    std::mt19937 random(seed);
+    std::string data(size, '\0');
+    for (std::size_t i = 0; i < size; ++i) data[i] = char((i % 251 < 200) ? (i * 7) & 0xFF : random() & 0xFF);
+    return data;
+}
+
+void setTime(std::string const& path, int daysAgo) {
+    fs::last_write_time(path, fs::file_time_type::clock::now() - std::chrono::hours(24 * daysAgo));
+}
+
+struct Case {
+    char const* name;
+    std::function<void(PatchFixture&, std::string const& old, std::string const& next)> build;
+};
+
+Case const kCases[] = {
+    {"contents", [](PatchFixture& f, std::string const& o, std::string const& n) {
+         std::string big = binary(3 << 20, 1);
+         f.scratch.write(o + "/big.bin", big);
+         for (std::size_t at = 1000; at < big.size(); at += 40000) big[at] ^= 0x5A;  // small edits throughout
+         big.insert(500000, "a new stretch of bytes");
+         f.scratch.write(n + "/big.bin", big);
+         f.scratch.write(o + "/removed.txt", "gone");
+         f.scratch.write(n + "/added.txt", "new");
+         f.scratch.write(o + "/emptied.txt", "was full");
+         f.scratch.write(n + "/emptied.txt", "");
+         f.scratch.write(n + "/new empty", "");
+         f.scratch.write(o + "/same.txt", "same");
+         f.scratch.write(n + "/same.txt", "same");
+         setTime(o + "/same.txt", 3);
+         setTime(n + "/same.txt", 3);
+     }},
+    {"unicode names and links", [](PatchFixture& f, std::string const& o, std::string const& n) {
+         for (std::string const& t : {o, n}) f.scratch.write(t + "/Caf\xC3\xA9 \"Bl\xC3\xBC\" 'x'/d\xC3\xA9j\xC3\xA0.txt", t == o ? "old" : "new");
+         f.scratch.write(o + "/target-a", "a");
+         f.scratch.write(n + "/target-b", "b");
+         fs::create_symlink("target-a", o + "/retargeted");
+         fs::create_symlink("target-b", n + "/retargeted");
+         fs::create_symlink("target-a", o + "/link becomes file");
+         f.scratch.write(n + "/link becomes file", "now a file");
+         f.scratch.write(o + "/file becomes link", "was a file");
+         fs::create_symlink("../outside", n + "/file becomes link");
+     }},
+    {"modes only", [](PatchFixture& f, std::string const& o, std::string const& n) {
+         for (std::string const& t : {o, n}) {
+             f.scratch.write(t + "/tool", "#!/bin/sh\n");
+             f.scratch.write(t + "/folder/file", "x");
+             f.scratch.write(t + "/touched", "same bytes");
+         }
+         fs::permissions(n + "/tool", fs::perms::owner_all | fs::perms::group_read | fs::perms::group_exec);
+         fs::permissions(n + "/folder", fs::perms::owner_all);
+         setTime(o + "/touched", 5);
+     }},
+    {"folder becomes file and file becomes folder", [](PatchFixture& f, std::string const& o, std::string const& n) {
+         f.scratch.write(o + "/x/inner/deep.txt", "deep");
+         f.scratch.write(o + "/x/top.txt", "top");
+         f.scratch.write(n + "/x", "x is a file now");
+         f.scratch.write(o + "/y", "y was a file");
+         f.scratch.write(n + "/y/inner/deep.txt", "y is a folder now");
+     }},
+};
+
+} // namespace
+
+TEST(ApplyPatch, RoundTripsTurnTheOldTreeIntoTheNewOne) {
+    for (Case const& c : kCases) {
+        PatchFixture f;
+        std::string const old = f.scratch / "old", next = f.scratch / "new", work = f.scratch / "work";
+        fs::create_directories(old);
+        fs::create_directories(next);
+        c.build(f, old, next);
+        std::string const patch = f.make(old, next);
+        ASSERT_EQ(rf_test::run("cp -a '" + old + "' '" + work + "'"), 0);
+
+        EXPECT_EQ(f.apply(work, patch, "-n"), 0) << c.name;
+        EXPECT_TRUE(rf_test::sameTree(work, old)) << c.name << ": a dry run writes nothing";
+        EXPECT_EQ(f.apply(work, patch), 0) << c.name;
+        EXPECT_TRUE(rf_test::sameTree(work, next)) << c.name;
+        EXPECT_EQ(f.apply(work, patch, "-n"), 6) << c.name << ": already patched";
+        EXPECT_EQ(std::distance(fs::directory_iterator(f.scratch.root()), fs::directory_iterator()), 6)
+            << c.name << ": nothing left beside the folder";
+    }
+}
+
+TEST(ApplyPatch, ContentEntriesArePrintedAsValueKeyLines) {
+    PatchFixture f;
+    Refloom::Patch::Manifest manifest;
+    manifest.content = {{"2025.3", "Styles"}, {"17", "Filters"}};
+    std::string const patch = f.write(manifest, "", "content.patch");
+    std::string const out = f.scratch / "out.txt";
+    ASSERT_EQ(rf_test::run("'" + f.tool + "' -i '" + patch + "' -C > '" + out + "'"), 0);
+    EXPECT_EQ(rf_test::read_file(out), "2025.3,Styles\n17,Filters\n");
+}
