@@ -43,14 +43,19 @@ private:
     std::size_t m_done = 0;
 };
 
-// Holds the folder's lock for one run, so that two runs never interleave.
+// Holds the folder's lock for one run, so that two runs never interleave. The lock file goes
+// with the run; a run that got the lock on a file already gone tries again on the new one.
 class FolderLock {
 public:
-    explicit FolderLock(std::string const& path)
-        : m_path(path), m_fd(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600)) {
-        if (m_fd < 0 || flock(m_fd, LOCK_EX) != 0) failed("cannot lock " + path);
+    explicit FolderLock(std::string const& path) : m_path(path) {
+        for (;;) {
+            m_fd = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+            if (m_fd < 0 || flock(m_fd, LOCK_EX) != 0) failed("cannot lock " + path);
+            struct stat held, named;
+            if (fstat(m_fd, &held) == 0 && stat(path.c_str(), &named) == 0 && held.st_ino == named.st_ino) return;
+            close(m_fd);
+        }
     }
-    // The lock file goes with the run, so nothing is left beside the folder.
     ~FolderLock() {
         unlink(m_path.c_str());
         close(m_fd);
@@ -58,7 +63,7 @@ public:
 
 private:
     std::string m_path;
-    int m_fd;
+    int m_fd = -1;
 };
 
 // Paths whose current link the patch replaces: a new path below one of them is safe, because the
