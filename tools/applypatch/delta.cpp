@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <future>
 #include <limits>
 #include <vector>
 
@@ -18,28 +19,45 @@ using u8 = std::uint8_t;
 constexpr std::size_t kHeader = 4 * 8;  // new size, then the compressed size of each stream
 
 std::int64_t matchLength(u8 const* a, std::int64_t aSize, u8 const* b, std::int64_t bSize) {
-    std::int64_t i = 0;
     std::int64_t const limit = std::min(aSize, bSize);
+    std::int64_t i = 0;
+    // Eight bytes at a time while they agree: matches run long in a new version of a file.
+    for (std::uint64_t x, y; i + 8 <= limit; i += 8) {
+        std::memcpy(&x, a + i, 8);
+        std::memcpy(&y, b + i, 8);
+        if (x != y) break;
+    }
     while (i < limit && a[i] == b[i]) ++i;
     return i;
 }
 
-// The longest match of `target` among the old file's suffixes, by binary search.
+// The longest match of `target` among the old file's suffixes, by binary search. Each step
+// compares only past the prefix both bounds already share with the target.
 std::int64_t search(std::vector<saidx_t> const& suffixes, u8 const* old, std::int64_t oldSize, u8 const* target,
-                    std::int64_t targetSize, std::int64_t start, std::int64_t end, std::int64_t& position) {
-    while (end - start >= 2) {
-        std::int64_t middle = start + (end - start) / 2;
-        std::int64_t at = suffixes[std::size_t(middle)];
-        if (std::memcmp(old + at, target, std::size_t(std::min(oldSize - at, targetSize))) < 0)
-            start = middle;
-        else
-            end = middle;
+                    std::int64_t targetSize, std::int64_t& position) {
+    std::int64_t low = 0, high = oldSize - 1;
+    auto common = [&](std::int64_t index, std::int64_t known) {
+        std::int64_t const at = suffixes[std::size_t(index)];
+        return known + matchLength(old + at + known, oldSize - at - known, target + known, targetSize - known);
+    };
+    std::int64_t lowLength = common(low, 0), highLength = common(high, 0);
+    while (high - low >= 2) {
+        std::int64_t const middle = low + (high - low) / 2;
+        std::int64_t const at = suffixes[std::size_t(middle)];
+        std::int64_t const length = common(middle, std::min(lowLength, highLength));
+        // The suffix sorts before the target when it differs lower or ends first.
+        bool const before = length < std::min(oldSize - at, targetSize) ? old[at + length] < target[length]
+                                                                        : false;
+        if (before) {
+            low = middle;
+            lowLength = length;
+        } else {
+            high = middle;
+            highLength = length;
+        }
     }
-    std::int64_t const a = suffixes[std::size_t(start)], b = suffixes[std::size_t(end)];
-    std::int64_t x = matchLength(old + a, oldSize - a, target, targetSize);
-    std::int64_t y = matchLength(old + b, oldSize - b, target, targetSize);
-    position = x > y ? a : b;
-    return std::max(x, y);
+    position = lowLength > highLength ? suffixes[std::size_t(low)] : suffixes[std::size_t(high)];
+    return std::max(lowLength, highLength);
 }
 
 void putNumber(std::string& out, std::int64_t value) {
@@ -54,33 +72,38 @@ std::int64_t getNumber(u8 const* in) {
 
 struct Streams {
     std::string control, diff, extra;
+    std::int64_t oldEnd = 0;  // where the old file's position ends up after the last control
 };
 
-Streams diffFiles(u8 const* old, std::int64_t oldSize, u8 const* next, std::int64_t newSize) {
+// The streams for new bytes [begin, end), starting at the old file's position 0.
+Streams diffRange(u8 const* old, std::int64_t oldSize, std::vector<saidx_t> const& suffixes, u8 const* next,
+                  std::int64_t begin, std::int64_t end) {
     Streams s;
+    s.diff.reserve(std::size_t(end - begin));
+    auto emit = [&s](std::int64_t copy, std::int64_t fresh, std::int64_t seek) {
+        putNumber(s.control, copy);
+        putNumber(s.control, fresh);
+        putNumber(s.control, seek);
+        s.oldEnd += copy + seek;
+    };
     if (oldSize == 0) {
-        putNumber(s.control, 0);
-        putNumber(s.control, newSize);
-        putNumber(s.control, 0);
-        s.extra.assign(reinterpret_cast<char const*>(next), std::size_t(newSize));
+        s.extra.assign(reinterpret_cast<char const*>(next + begin), std::size_t(end - begin));
+        emit(0, end - begin, 0);
         return s;
     }
-    std::vector<saidx_t> suffixes(static_cast<std::size_t>(oldSize));
-    if (divsufsort(old, suffixes.data(), saidx_t(oldSize)) != 0) throw PatchError(Refusal::failed, "suffix sort failed");
-    s.diff.reserve(std::size_t(newSize));
-
-    std::int64_t scan = 0, length = 0, position = 0, lastScan = 0, lastPosition = 0, lastOffset = 0;
-    while (scan < newSize) {
+    std::int64_t scan = begin, length = 0, position = 0, lastScan = begin, lastPosition = 0, lastOffset = -begin;
+    while (scan < end) {
         std::int64_t oldScore = 0;
         std::int64_t scoreAt = scan += length;
-        for (; scan < newSize; ++scan) {
-            length = search(suffixes, old, oldSize, next + scan, newSize - scan, 0, oldSize - 1, position);
+        for (; scan < end; ++scan) {
+            length = search(suffixes, old, oldSize, next + scan, end - scan, position);
             for (; scoreAt < scan + length; ++scoreAt)
-                if (scoreAt + lastOffset < oldSize && old[scoreAt + lastOffset] == next[scoreAt]) ++oldScore;
+                if (scoreAt + lastOffset < oldSize && scoreAt + lastOffset >= 0 && old[scoreAt + lastOffset] == next[scoreAt])
+                    ++oldScore;
             if ((length == oldScore && length != 0) || length > oldScore + 8) break;
-            if (scan + lastOffset < oldSize && old[scan + lastOffset] == next[scan]) --oldScore;
+            if (scan + lastOffset < oldSize && scan + lastOffset >= 0 && old[scan + lastOffset] == next[scan]) --oldScore;
         }
-        if (length == oldScore && scan != newSize) continue;
+        if (length == oldScore && scan != end) continue;
 
         // Extend the previous match forwards and this one backwards while they mostly agree.
         std::int64_t score = 0, bestForward = 0, forward = 0;
@@ -93,7 +116,7 @@ Streams diffFiles(u8 const* old, std::int64_t oldSize, u8 const* next, std::int6
             }
         }
         std::int64_t backward = 0;
-        if (scan < newSize) {
+        if (scan < end) {
             std::int64_t bestBackward = 0;
             score = 0;
             for (std::int64_t i = 1; scan >= lastScan + i && position >= i; ++i) {
@@ -122,14 +145,33 @@ Streams diffFiles(u8 const* old, std::int64_t oldSize, u8 const* next, std::int6
         for (std::int64_t i = 0; i < forward; ++i) s.diff.push_back(char(next[lastScan + i] - old[lastPosition + i]));
         std::int64_t const fresh = (scan - backward) - (lastScan + forward);
         s.extra.append(reinterpret_cast<char const*>(next + lastScan + forward), std::size_t(fresh));
-        putNumber(s.control, forward);
-        putNumber(s.control, fresh);
-        putNumber(s.control, (position - backward) - (lastPosition + forward));
+        emit(forward, fresh, (position - backward) - (lastPosition + forward));
         lastScan = scan - backward;
         lastPosition = position - backward;
         lastOffset = position - scan;
     }
     return s;
+}
+
+// Both cores scan half of the new file each; the halves join by moving the old file's position
+// back to where the second half began.
+Streams diffFiles(u8 const* old, std::int64_t oldSize, u8 const* next, std::int64_t newSize) {
+    std::vector<saidx_t> suffixes(static_cast<std::size_t>(oldSize));
+    if (oldSize > 0 && divsufsort(old, suffixes.data(), saidx_t(oldSize)) != 0)
+        throw PatchError(Refusal::failed, "suffix sort failed");
+    if (newSize < (1 << 20)) return diffRange(old, oldSize, suffixes, next, 0, newSize);
+    std::int64_t const half = newSize / 2;
+    auto second = std::async(std::launch::async, diffRange, old, oldSize, std::cref(suffixes), next, half, newSize);
+    Streams first = diffRange(old, oldSize, suffixes, next, 0, half);
+    Streams last = second.get();
+    std::size_t const lastSeek = first.control.size() - 8;
+    std::int64_t const seek = getNumber(reinterpret_cast<u8 const*>(first.control.data() + lastSeek)) - first.oldEnd;
+    first.control.resize(lastSeek);
+    putNumber(first.control, seek);
+    first.control += last.control;
+    first.diff += last.diff;
+    first.extra += last.extra;
+    return first;
 }
 
 } // namespace
@@ -139,16 +181,17 @@ std::string makeDelta(std::string_view oldData, std::string_view newData, int le
         throw PatchError(Refusal::failed, "file too large for a delta");
     Streams s = diffFiles(reinterpret_cast<u8 const*>(oldData.data()), std::int64_t(oldData.size()),
                           reinterpret_cast<u8 const*>(newData.data()), std::int64_t(newData.size()));
-    int const workers = newData.size() > (32u << 20) ? 2 : 0;
-    std::string const control = compress(s.control, level, workers);
-    std::string const diff = compress(s.diff, level, workers);
-    std::string const extra = compress(s.extra, level, workers);
+    // The difference stream is the large one: it gets a thread of its own.
+    auto diff = std::async(std::launch::async, [&] { return compress(s.diff, level); });
+    std::string const control = compress(s.control, level);
+    std::string const extra = compress(s.extra, level);
+    std::string const differences = diff.get();
     std::string out;
     putNumber(out, std::int64_t(newData.size()));
     putNumber(out, std::int64_t(control.size()));
-    putNumber(out, std::int64_t(diff.size()));
+    putNumber(out, std::int64_t(differences.size()));
     putNumber(out, std::int64_t(extra.size()));
-    return out + control + diff + extra;
+    return out + control + differences + extra;
 }
 
 bool applyDelta(std::string_view oldData, int patchFd, std::uint64_t offset, std::uint64_t size, Sink const& sink) {
