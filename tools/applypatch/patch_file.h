@@ -20,8 +20,9 @@ public:
     int fd() const { return m_fd; }
     // Where an entry's payload starts in the file.
     std::uint64_t payloadStart(Entry const& e) const { return m_payloadBase + e.payloadOffset; }
-    // Raises PatchError(bad_payload) naming the first entry whose payload hash does not match.
+    // Raise PatchError(bad_payload) naming an entry whose payload hash does not match.
     void checkPayloads() const;
+    void checkPayload(Entry const& e) const;
 
 private:
     int m_fd = -1;
