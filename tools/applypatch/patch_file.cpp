@@ -57,10 +57,6 @@ PatchFile::~PatchFile() {
     if (m_fd >= 0) close(m_fd);
 }
 
-void PatchFile::checkPayloads() const {
-    for (Entry const& e : m_manifest.entries) checkPayload(e);
-}
-
 void PatchFile::checkPayload(Entry const& e) const {
     if (e.payload == PayloadKind::none) return;
     std::vector<char> buffer(std::size_t(std::min<std::uint64_t>(e.payloadSize, 1 << 17)));

@@ -20,8 +20,7 @@ public:
     int fd() const { return m_fd; }
     // Where an entry's payload starts in the file.
     std::uint64_t payloadStart(Entry const& e) const { return m_payloadBase + e.payloadOffset; }
-    // Raise PatchError(bad_payload) naming an entry whose payload hash does not match.
-    void checkPayloads() const;
+    // Raises PatchError(bad_payload), naming the entry, when its payload hash does not match.
     void checkPayload(Entry const& e) const;
 
 private:
