@@ -1,20 +1,16 @@
 // The tool table of the Mac: the system's own tools, as the installer has always run them.
 #include "privileged/tool_table.h"
+#include "privileged/tool_arguments.h"
 
 #include <array>
 
 namespace Refloom {
 namespace {
 
-constexpr std::array<char const*, 2> kRemoveFolder = {"-rf", "{1}"};
-constexpr std::array<char const*, 2> kRemoveFile = {"-f", "{1}"};
-constexpr std::array<char const*, 2> kRename = {"{1}", "{2}"};
-constexpr std::array<char const*, 3> kCopy = {"-rsrcFork", "{1}", "{2}"};
+using namespace ToolArguments;
+
 constexpr std::array<char const*, 2> kUnlockFile = {"nouchg", "{1}"};
 constexpr std::array<char const*, 3> kUnlockDir = {"-R", "nouchg", "{1}"};
-constexpr std::array<char const*, 2> kChmod = {"{2}", "{1}"};
-constexpr std::array<char const*, 2> kMakeDir = {"-p", "{1}"};
-constexpr std::array<char const*, 3> kSymLink = {"-s", "{1}", "{2}"};
 
 // clang-format off
 constexpr std::array<ToolRow, 9> kRows = {{

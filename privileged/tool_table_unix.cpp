@@ -2,21 +2,17 @@
 // the destination, makes missing parents and keeps modes and times; clearing the lock flag
 // ("chflags nouchg") becomes clearing the immutable attribute, the lock flag's twin here.
 #include "privileged/tool_table.h"
+#include "privileged/tool_arguments.h"
 
 #include <array>
 
 namespace Refloom {
 namespace {
 
-constexpr std::array<char const*, 2> kRemoveFolder = {"-rf", "{1}"};
-constexpr std::array<char const*, 2> kRemoveFile = {"-f", "{1}"};
-constexpr std::array<char const*, 2> kRename = {"{1}", "{2}"};
-constexpr std::array<char const*, 3> kCopy = {"-rsrcFork", "{1}", "{2}"};
+using namespace ToolArguments;
+
 constexpr std::array<char const*, 2> kUnlockFile = {"-i", "{1}"};
 constexpr std::array<char const*, 3> kUnlockDir = {"-R", "-i", "{1}"};
-constexpr std::array<char const*, 2> kChmod = {"{2}", "{1}"};
-constexpr std::array<char const*, 2> kMakeDir = {"-p", "{1}"};
-constexpr std::array<char const*, 3> kSymLink = {"-s", "{1}", "{2}"};
 
 // clang-format off
 constexpr std::array<ToolRow, 9> kRows = {{
