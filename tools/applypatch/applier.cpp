@@ -13,6 +13,7 @@
 #include <mutex>
 #include <set>
 #include <thread>
+#include <vector>
 
 #include "tools/applypatch/crypto.h"
 #include "tools/applypatch/delta.h"
@@ -177,13 +178,17 @@ void stageFile(PatchFile const& patch, Locations const& at, Entry const& e, std:
         throw PatchError(Refusal::bad_payload, "the new \"" + e.path + "\" does not come out as the patch says");
 }
 
+// Files this large are staged one at a time: a delta holds its old file in memory, and two at
+// once would break the bound of one largest file plus a few MiB.
+constexpr std::uint64_t kStagedAlone = 16u << 20;
+
 void stage(PatchFile const& patch, Locations const& at, Progress& progress) {
     if (mkdir(at.stage.c_str(), 0700) != 0 || mkdir(at.backup.c_str(), 0700) != 0) failed("cannot make " + at.stage);
     struct stat folder;
     stat(at.folder.c_str(), &folder);
     auto const& entries = patch.manifest().entries;
     std::mutex progressLock;
-    forEachOnBothCores(entries.size(), [&](std::size_t i) {
+    auto stageOne = [&](std::size_t i) {
         Entry const& e = entries[i];
         if (e.op != Op::mode && e.target.kind == Kind::file) stageFile(patch, at, e, i, folder.st_uid, folder.st_gid);
         if (e.op != Op::mode && e.target.kind == Kind::link) {
@@ -195,7 +200,12 @@ void stage(PatchFile const& patch, Locations const& at, Progress& progress) {
         }
         std::lock_guard guard(progressLock);
         progress.step("staging");
-    });
+    };
+    std::vector<std::size_t> large, small;
+    for (std::size_t i = 0; i < entries.size(); ++i)
+        (entries[i].payload == PayloadKind::delta && entries[i].source.size >= kStagedAlone ? large : small).push_back(i);
+    for (std::size_t i : large) stageOne(i);
+    forEachOnBothCores(small.size(), [&](std::size_t k) { stageOne(small[k]); });
 }
 
 void setTimes(std::string const& path, Entry const& e) {
