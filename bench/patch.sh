@@ -123,7 +123,10 @@ prepare_pair() {
 # (no journal) avoids reusing inodes freed in the last 60 seconds, and creating files then scans
 # past all of them (see the archive benchmark). The copy of the old tree each apply starts from
 # is made and flushed in hyperfine's --prepare step, so it is neither timed nor left for the
-# apply's own flush to write.
+# apply's own flush to write. The same step reads what the timed command will read (the old
+# copy and the patch, or the new tree) so that every command starts from the page cache: this
+# machine drops cached files soon, and a cp -a that found the new tree gone from the cache took
+# eight times as long.
 run_case() {
   local name=$1 package=$2 kind=$3
   local data=$base/data/$name case=$name-$kind
@@ -157,15 +160,15 @@ run_case() {
   local helper_cmd
   helper_cmd="python3 $(quote "$root/bench/patch_data.py")"
   hyperfine --style basic -N --warmup 1 --runs "$runs" --export-json "$results/$case.apply.json" \
-    --prepare "$helper_cmd fresh $(quote "$old") $(quote "$run/ours") $(quote "$graveyard")" \
+    --prepare "$helper_cmd fresh $(quote "$old") $(quote "$run/ours") $(quote "$graveyard") $(quote "$patch")" \
     -n ours "$(quote "$tools/applyPatch") -d $(quote "$run/ours") -i $(quote "$patch")" \
-    --prepare "$helper_cmd bury $(quote "$graveyard") $(quote "$run/copy")" \
+    --prepare "$helper_cmd bury $(quote "$graveyard") $(quote "$run/copy") $(quote "$new")" \
     -n "cp -a" "cp -a $(quote "$new") $(quote "$run/copy")" \
-    --prepare "$helper_cmd bury $(quote "$graveyard") $(quote "$run/copy")" \
+    --prepare "$helper_cmd bury $(quote "$graveyard") $(quote "$run/copy") $(quote "$new")" \
     -n "cp -a + sync" "sh -c $(quote "cp -a $(quote "$new") $(quote "$run/copy") && sync")"
   helper same "$new" "$run/ours"
   helper same "$new" "$run/copy"
-  helper fresh "$old" "$run/ours" "$graveyard"
+  helper fresh "$old" "$run/ours" "$graveyard" "$patch"
   /usr/bin/time -f %M -o "$results/$case.ours.rss" "$tools/applyPatch" -d "$run/ours" -i "$patch"
   helper same "$new" "$run/ours"
   if compgen -G "$run/.ours.rfpatch-*" >/dev/null; then

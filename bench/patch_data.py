@@ -4,10 +4,12 @@
   patch_data.py pick OLD NEW             print the largest file whose content differs between the
                                          two trees (relative path; the case of a single file)
   patch_data.py info OLD NEW OUT.json    sizes of the two trees and how many files changed
-  patch_data.py fresh SOURCE DEST GRAVEYARD
+  patch_data.py fresh SOURCE DEST GRAVEYARD [WARM...]
                                          move DEST (if there) into GRAVEYARD, copy SOURCE to DEST
-                                         with cp -a, then flush everything to disk
-  patch_data.py bury GRAVEYARD DEST      the same without the copy: DEST is then free
+                                         with cp -a, flush everything to disk, then read DEST and
+                                         each WARM file or tree so that the page cache holds them
+  patch_data.py bury GRAVEYARD DEST [WARM...]
+                                         the same without the copy: DEST is then free
   patch_data.py same EXPECTED FOUND      exit 1, naming the first difference, unless the trees
                                          hold the same entries: kind, permission bits, link
                                          target, file content and file modification time
@@ -103,18 +105,33 @@ def info(old, new, out):
         json.dump(summary, sink, indent=1)
 
 
-def bury(graveyard, dest):
-    """Moves `dest` out of the way without deleting it (see patch.sh for why) and flushes."""
+def warm(paths):
+    """Reads every regular file under `paths` (files or trees)."""
+    for top in paths:
+        tops = [top] if os.path.isfile(top) else [os.path.join(folder, name) for folder, _, names in os.walk(top)
+                                                   for name in names]
+        for path in tops:
+            if os.path.isfile(path) and not os.path.islink(path):
+                with open(path, "rb") as source:
+                    while source.read(1 << 20):
+                        pass
+
+
+def bury(graveyard, dest, *warm_paths):
+    """Moves `dest` out of the way without deleting it (see patch.sh for why), flushes, and
+    reads `warm_paths` into the page cache."""
     os.makedirs(graveyard, exist_ok=True)
     if os.path.lexists(dest):
         os.rename(dest, tempfile.mkdtemp(dir=graveyard))
     os.sync()
+    warm(warm_paths)
 
 
-def fresh(source, dest, graveyard):
+def fresh(source, dest, graveyard, *warm_paths):
     bury(graveyard, dest)
     subprocess.run(["cp", "-a", source, dest], check=True)
     os.sync()
+    warm((dest,) + warm_paths)
 
 
 def same(expected, found):
@@ -243,9 +260,9 @@ if __name__ == "__main__":
         pick(*args[1:])
     elif args[:1] == ["info"] and len(args) == 4:
         info(*args[1:])
-    elif args[:1] == ["fresh"] and len(args) == 4:
+    elif args[:1] == ["fresh"] and len(args) >= 4:
         fresh(*args[1:])
-    elif args[:1] == ["bury"] and len(args) == 3:
+    elif args[:1] == ["bury"] and len(args) >= 3:
         bury(*args[1:])
     elif args[:1] == ["same"] and len(args) == 3:
         difference = same(*args[1:])
