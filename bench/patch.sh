@@ -125,8 +125,8 @@ prepare_pair() {
 # is made and flushed in hyperfine's --prepare step, so it is neither timed nor left for the
 # apply's own flush to write. The same step reads what the timed command will read (the old
 # copy and the patch, or the new tree) so that every command starts from the page cache: this
-# machine drops cached files soon, and a cp -a that found the new tree gone from the cache took
-# eight times as long.
+# machine drops cached files soon, and a cp -a of the 129 MB file that found it gone from the
+# cache took 0.34 s instead of 0.04 s.
 run_case() {
   local name=$1 package=$2 kind=$3
   local data=$base/data/$name case=$name-$kind
