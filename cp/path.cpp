@@ -76,21 +76,22 @@ CPath& CPath::append(std::wstring const& component) {
     return *this;
 }
 
-void CPath::_get_item(pathItem item, std::wstring& out) const {
+bool CPath::_get_item(pathItem item, std::wstring& out) const {
     if (m_path.empty()) {
         out.clear();
-        return;
+        return true;
     }
     Private::_CNativePath native(*this);
     switch (item) {
-    case item_whole: out = m_path; break;
-    case item_name: native.get_name(out); break;
-    case item_parent: native.get_parent(out); break;
-    case item_volume: native.get_volume(out); break;
-    case item_extension: native.get_extension(out, true); break;
-    case item_extension_bare: native.get_extension(out, false); break;
-    case item_url: native.get_url(out); break;
+    case item_whole: out = m_path; return true;
+    case item_name: return native.get_name(out);
+    case item_parent: return native.get_parent(out);
+    case item_volume: return native.get_volume(out);
+    case item_extension: return native.get_extension(out, true);
+    case item_extension_bare: return native.get_extension(out, false);
+    case item_url: return native.get_url(out);
     }
+    return false;
 }
 
 CPath& CPath::as_item(pathItem item) {
@@ -104,15 +105,11 @@ void CPath::get_item(pathItem item, CPath& out) const {
 
 void CPath::copy_ansi_item(pathItem item, std::string& out, encoding enc) const {
     std::wstring text;
-    _get_item(item, text);
-    out = static_cast<std::string const&>(CStringConverter(text, enc, 1252));
+    if (_get_item(item, text))
+        out = static_cast<std::string const&>(CStringConverter(text, enc, 1252));
 }
 
-void CPath::copy_unicode_item(pathItem item, std::wstring& out) const {
-    std::wstring text;
-    _get_item(item, text);
-    out = std::move(text);
-}
+void CPath::copy_unicode_item(pathItem item, std::wstring& out) const { _get_item(item, out); }
 
 bool CPath::exists() const { return !m_path.empty() && Private::_CNativePath(*this).exists(); }
 

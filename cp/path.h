@@ -82,7 +82,8 @@ public:
     // `out` receives the item, or is left as it was when the path lacks it. item_url never
     // reaches `out`: the URL is only had through copy_unicode_item.
     void get_item(pathItem item, CPath& out) const;
-    // The item as narrow text in `enc`; what the encoding cannot hold is cut off.
+    // The item as narrow text in `enc`; what the encoding cannot hold is cut off. Like get_item,
+    // `out` is left as it was when the path lacks the item.
     void copy_ansi_item(pathItem item, std::string& out, encoding enc) const;
     void copy_unicode_item(pathItem item, std::wstring& out) const;
 
@@ -103,7 +104,8 @@ public:
     bool operator==(CPath const& other) const { return m_path == other.m_path; }
 
 private:
-    void _get_item(pathItem item, std::wstring& out) const;
+    // False, with `out` untouched, when the path lacks the item; an empty path clears `out`.
+    bool _get_item(pathItem item, std::wstring& out) const;
 
     std::wstring m_path;
 };

@@ -40,7 +40,7 @@ QStringList AppLookup::applicationFolders() const {
 
 void AppLookup::forEachApplication(std::function<void(QString const&)> const& visit) const {
     for (QString const& folder : applicationFolders())
-        scanFolder(folder, [&](ScanEntry const& entry) {
+        scanFolder(folder, allBundles(), [&](ScanEntry const& entry) {
             if (entry.isFolder && entry.name.endsWith(QLatin1String(".app"))) visit(entry.path);
         });
 }
@@ -66,7 +66,9 @@ bool AppLookup::getFileVersion(QString const& path, int& major, int& minor, int&
     if (version.isNull()) return false;
     QStringList const parts = version.split(QLatin1Char('.'), Qt::SkipEmptyParts);
     int* const fields[] = {&major, &minor, &patch};
-    for (qsizetype i = 0; i < 3; ++i) *fields[i] = i < parts.size() ? parts[i].toInt() : 0;
+    // Each part's leading number, as C atoi takes it: "3b1" is 3.
+    for (qsizetype i = 0; i < 3; ++i)
+        *fields[i] = i < parts.size() ? std::atoi(parts[i].toLatin1().constData()) : 0;
     build = 0;
     return true;
 }
@@ -74,7 +76,8 @@ bool AppLookup::getFileVersion(QString const& path, int& major, int& minor, int&
 QStringList AppLookup::findApplication(QString const& name, int from, int to) {
     m_log.logMessage(QStringLiteral("findApplication: %1").arg(name));
     QStringList found;
-    scanFolder(m_root.map(QStringLiteral("/Applications")), [&](ScanEntry const& entry) {
+    QString const applications = m_root.map(QStringLiteral("/Applications"));
+    scanFolder(applications, applicationAndPlugInBundles(), [&](ScanEntry const& entry) {
         // A folder of that name is taken whatever its version; a file only inside the range.
         if (entry.name == name && (entry.isFolder || inRange(getMajorVersion(entry.path), from, to)))
             found.append(entry.path);
@@ -118,7 +121,8 @@ QStringList AppLookup::findApplicationsForDocumentExtension(QString const& exten
 }
 
 bool AppLookup::isAppWithBundleIDRunning(QString const& identifier) const {
-    if (identifier.isNull()) return false;
+    // Empty as well as null: a bundle without an identifier reads back as one and would match.
+    if (identifier.isEmpty()) return false;
     QStringList checked;
     for (QString const& process : QDir(QStringLiteral("/proc")).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
         if (!process.front().isDigit()) continue;

@@ -28,10 +28,12 @@ public:
     // not exist is tried with ".app" added. Unknown (255) for anything else: single-file
     // applications carry no version here.
     std::uint8_t getMajorVersion(QString const& path) const;
-    // Major, minor and patch from the short version string; false when there is none.
+    // Major, minor and patch from the short version string, each the leading number of its
+    // "."-separated part (C atoi); false when there is none.
     bool getFileVersion(QString const& path, int& major, int& minor, int& patch, int& build) const;
     // Everything named exactly `name` under /Applications, in the order found: a folder always,
-    // a file when its major version is in [from, to]. Bundles are never entered.
+    // a file when its major version is in [from, to]. Folders ending ".app" or ".bundle" are not
+    // entered; ".plugin" and ".framework" ones are.
     QStringList findApplication(QString const& name, int from, int to);
     // Applications with the identifier whose major version is in [from, to]; none when none.
     std::optional<QStringList> findApplicationsWithBundleIdentifier(QString const& identifier, int from, int to);

@@ -18,7 +18,14 @@ struct Child {
     unsigned char type;
 };
 
-void scanAt(int fd, QString const& prefix, std::function<void(ScanEntry const&)> const& visit) {
+bool isClosed(QString const& name, QStringList const& closed) {
+    for (QString const& extension : closed)
+        if (name.endsWith(extension)) return true;
+    return false;
+}
+
+void scanAt(int fd, QString const& prefix, QStringList const& closed,
+            std::function<void(ScanEntry const&)> const& visit) {
     DIR* listing = fdopendir(fd);
     if (!listing) {
         close(fd);
@@ -39,9 +46,9 @@ void scanAt(int fd, QString const& prefix, std::function<void(ScanEntry const&)>
         }
         ScanEntry const entry{prefix + QFile::decodeName(child.name.c_str()), QFile::decodeName(child.name.c_str()), folder};
         visit(entry);
-        if (folder && !link && !isBundleName(entry.name)) {
+        if (folder && !link && !isClosed(entry.name, closed)) {
             int inner = openat(dirfd(listing), child.name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
-            if (inner >= 0) scanAt(inner, entry.path + QLatin1Char('/'), visit);
+            if (inner >= 0) scanAt(inner, entry.path + QLatin1Char('/'), closed, visit);
         }
     }
     closedir(listing);
@@ -49,22 +56,26 @@ void scanAt(int fd, QString const& prefix, std::function<void(ScanEntry const&)>
 
 } // namespace
 
-bool isBundleName(QString const& name) {
-    for (char const* extension : {".app", ".bundle", ".plugin", ".framework"})
-        if (name.endsWith(QLatin1String(extension))) return true;
-    return false;
-}
-
-void scanFolder(QString const& folder, std::function<void(ScanEntry const&)> const& visit) {
+void scanFolder(QString const& folder, QStringList const& closed,
+                std::function<void(ScanEntry const&)> const& visit) {
     int fd = open(QFile::encodeName(folder).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (fd >= 0) scanAt(fd, folder.endsWith(QLatin1Char('/')) ? folder : folder + QLatin1Char('/'), visit);
+    if (fd < 0) return;
+    QString const prefix = folder.endsWith(QLatin1Char('/')) ? folder : folder + QLatin1Char('/');
+    scanAt(fd, prefix, closed, visit);
 }
 
 QByteArray readInfoPlist(QString const& bundle) {
     // Plain reads: a lookup opens thousands of these small files.
     QByteArray const path = QFile::encodeName(bundle + QStringLiteral("/Contents/Info.plist"));
-    int fd = open(path.constData(), O_RDONLY | O_CLOEXEC);
+    // Non-blocking so a FIFO opens at once; links are followed, as the user could read the
+    // target anyway. Only a regular file is read.
+    int fd = open(path.constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     if (fd < 0) return {};
+    struct stat info;
+    if (fstat(fd, &info) != 0 || !S_ISREG(info.st_mode)) {
+        close(fd);
+        return {};
+    }
     QByteArray bytes;
     char buffer[8192];
     for (ssize_t n; (n = read(fd, buffer, sizeof buffer)) > 0;) {

@@ -66,6 +66,21 @@ TEST(Path, ItemGettersLeaveOutputAloneWhenNothingIsThere) {
     CPath(L"/a/noext").get_item(CPath::item_extension, out);
     EXPECT_EQ(out.str(), L"untouched");
 
+    // The copying getters behave alike for every way of lacking an extension.
+    for (wchar_t const* lacking : {L"/a/noext", L"dir/.hidden", L"/a/trailing.", L"/a.d/b/"}) {
+        for (auto which : {CPath::item_extension, CPath::item_extension_bare}) {
+            std::wstring wide = L"untouched";
+            std::string narrow = "untouched";
+            CPath(lacking).copy_unicode_item(which, wide);
+            CPath(lacking).copy_ansi_item(which, narrow, enc_utf8);
+            EXPECT_EQ(wide, L"untouched") << lacking << ' ' << which;
+            EXPECT_EQ(narrow, "untouched") << lacking << ' ' << which;
+        }
+    }
+    std::string narrow = "untouched";
+    CPath(L"/a/Caf\u00e9.txt").copy_ansi_item(CPath::item_name, narrow, enc_utf8);
+    EXPECT_EQ(narrow, "Caf\xC3\xA9.txt");
+
     CPath path(L"/a/noext");
     EXPECT_EQ(path.as_item(CPath::item_whole).str(), L"/a/noext");
     EXPECT_EQ(path.as_item(CPath::item_url).str(), L"/a/noext");

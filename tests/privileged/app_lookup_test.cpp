@@ -1,8 +1,11 @@
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <QFile>
 #include <QProcess>
 
+#include <array>
 #include <filesystem>
 
 #include "privileged/app_lookup.h"
@@ -87,6 +90,39 @@ TEST(AppLookup, FindByNameTakesFoldersAlwaysAndFilesInRange) {
     EXPECT_TRUE(a.lookup.findApplication(QStringLiteral("microsoft word.app"), 0, 255).isEmpty());
 }
 
+TEST(AppLookup, FindByNameEntersPlugInsAndFrameworksButNotAppsOrBundles) {
+    Applications a;
+    for (std::string const host : {"Foo.app", "Foo.bundle", "Foo.framework", "Foo.plugin"})
+        a.bundle(host + "/Contents/X.app", info("com.example.x", "1.0"));
+    QString const applications = QString::fromStdString(a.scratch / "root/Applications/");
+    EXPECT_EQ(a.lookup.findApplication(QStringLiteral("X.app"), 0, 255),
+              (QStringList{applications + "Foo.framework/Contents/X.app",
+                           applications + "Foo.plugin/Contents/X.app"}));
+    // Looking for applications by identifier still enters no bundle of any kind.
+    QString const identifier = QStringLiteral("com.example.x");
+    EXPECT_FALSE(a.lookup.findApplicationsWithBundleIdentifier(identifier, 0, 255));
+}
+
+TEST(AppLookup, FileVersionTakesTheLeadingNumberOfEachPart) {
+    Applications a;
+    struct Case {
+        char const* version;
+        int major, minor, patch;
+    };
+    Case const cases[] = {
+        {"3b1", 3, 0, 0},         {"16.0.2a", 16, 0, 2}, {"1..2", 1, 2, 0},
+        {"10.4.11.9", 10, 4, 11}, {"beta.2", 0, 2, 0},   {"", 0, 0, 0},
+    };
+    for (Case const& c : cases) {
+        QString const path = a.bundle("Versioned.app", info("x", c.version));
+        int major = -1, minor = -1, patch = -1, build = -1;
+        ASSERT_TRUE(a.lookup.getFileVersion(path, major, minor, patch, build)) << c.version;
+        EXPECT_EQ((std::array{major, minor, patch, build}),
+                  (std::array{c.major, c.minor, c.patch, 0}))
+            << c.version;
+    }
+}
+
 TEST(AppLookup, FindByIdentifierInVersionRange) {
     Applications a;
     QString const current = a.bundle("Word.app", info("com.microsoft.Word", "16.0"));
@@ -110,6 +146,24 @@ TEST(AppLookup, FindByDocumentExtension) {
     EXPECT_TRUE(a.lookup.findApplicationsForDocumentExtension(QStringLiteral("docx")).isEmpty());
 }
 
+TEST(AppLookup, AnInfoPlistThatIsNotAFileIsPassedOver) {
+    Applications a;
+    std::string const home = a.scratch / "root/home/u/Applications/";
+    fs::create_directories(home + "A.app/Contents");
+    ASSERT_EQ(mkfifo((home + "A.app/Contents/Info.plist").c_str(), 0600), 0);
+    QVariantMap good = info("com.example.good", "1.0");
+    QVariantMap const type{{"CFBundleTypeExtensions", QStringList{"enl"}}};
+    good.insert("CFBundleDocumentTypes", QVariantList{type});
+    a.bundle("../home/u/Applications/B.app", good);
+    QStringList const expected{QString::fromStdString(home + "B.app")};
+    QString const identifier = QStringLiteral("com.example.good");
+    // A regression blocks in open() for good: the alarm ends the run instead of hanging it.
+    alarm(60);
+    EXPECT_EQ(a.lookup.findApplicationsWithBundleIdentifier(identifier, 0, 255), expected);
+    EXPECT_EQ(a.lookup.findApplicationsForDocumentExtension(QStringLiteral("enl")), expected);
+    alarm(0);
+}
+
 TEST(AppLookup, RunningMeansALiveProcessInsideTheBundle) {
     Applications a;
     QString const bundle = a.bundle("Runner.app", info("com.refloom.runner", "1.0"));
@@ -121,6 +175,16 @@ TEST(AppLookup, RunningMeansALiveProcessInsideTheBundle) {
     EXPECT_TRUE(a.lookup.isAppWithBundleIDRunning(QStringLiteral("com.refloom.runner")));
     EXPECT_FALSE(a.lookup.isAppWithBundleIDRunning(QStringLiteral("com.refloom.other")));
     EXPECT_FALSE(a.lookup.isAppWithBundleIDRunning(QString()));
+
+    // A running bundle without an identifier must not answer for the empty one.
+    QString const nameless = a.bundle("Nameless.app", {{"CFBundleShortVersionString", "1.0"}});
+    fs::copy_file("/bin/sleep", (nameless + "/Contents/MacOS/nameless").toStdString());
+    QProcess other;
+    other.start(nameless + "/Contents/MacOS/nameless", {QStringLiteral("30")});
+    ASSERT_TRUE(other.waitForStarted());
+    EXPECT_FALSE(a.lookup.isAppWithBundleIDRunning(QStringLiteral("")));
+    other.kill();
+    other.waitForFinished();
     runner.kill();
     runner.waitForFinished();
 }
