@@ -1,6 +1,8 @@
 #include "app/rf_controller.h"
 
 #include <QCoreApplication>
+#include <QDir>
+#include <QFileInfo>
 
 namespace Refloom {
 namespace {
@@ -11,12 +13,27 @@ constexpr char const* kProgressText = "progressText";
 
 } // namespace
 
+QString rfController::Setup::runningBundle() {
+    QString const executable = QFileInfo(QStringLiteral("/proc/self/exe")).canonicalFilePath();
+    QDir macOS = QFileInfo(executable).dir();
+    if (macOS.dirName() == QLatin1String("MacOS") && macOS.cdUp() && macOS.dirName() == QLatin1String("Contents") &&
+        macOS.cdUp() && macOS.dirName().endsWith(QLatin1String(".app")))
+        return macOS.path();
+    return QFileInfo(executable).path();
+}
+
+QString rfController::Setup::resourceDir() const { return bundlePath + QStringLiteral("/Contents/Resources"); }
+QString rfController::Setup::helperPath() const { return bundlePath + QStringLiteral("/Contents/MacOS/rf-privileged-helper"); }
+QString rfController::Setup::infoPlistPath() const { return bundlePath + QStringLiteral("/Contents/Info.plist"); }
+
 rfController::rfController(std::unique_ptr<WizardView> view, Setup setup)
     : m_view(std::move(view)), m_root(setup.root), m_log(m_root),
       m_engine(*m_view, [this](QString const& name) { return runSelector(name); }),
-      m_runner(m_log, {setup.custResourceDir, setup.helperPath}),
-      m_files(m_runner, m_log, ToolTable(setup.appResourceDir)), m_applications(m_log, m_root),
-      m_custResourceDir(setup.custResourceDir), m_mode(setup.mode) {
+      m_runner(m_log, {setup.custResourceDir.isEmpty() ? setup.resourceDir() : setup.custResourceDir,
+                       setup.helperPath(), setup.resourceDir(), setup.root}),
+      m_files(m_runner, m_log), m_applications(m_log, m_root), m_bundlePath(setup.bundlePath),
+      m_custResourceDir(setup.custResourceDir.isEmpty() ? setup.resourceDir() : setup.custResourceDir),
+      m_mode(setup.mode) {
     dethenticate = [this] { m_runner.dethenticate(); };
     terminate = [] { QCoreApplication::quit(); };
     registerOperations();
@@ -72,6 +89,8 @@ void rfController::registerOperations() {
         return QVariant();
     });
 }
+
+QString rfController::installerFolder() const { return QFileInfo(m_bundlePath).path(); }
 
 QVariant rfController::runSelector(QString const& name, QVariant const& argument) {
     return m_operations.run(name, argument);

@@ -26,10 +26,16 @@ public:
 
     struct Setup {
         SystemRoot root;
-        QString custResourceDir;  // the updater's resources: pictures, scripts, patch files
-        QString appResourceDir;   // the program's own resources (the tools the helper may run)
-        QString helperPath;       // the privileged helper executable
+        QString bundlePath;       // the installer bundle ("... Updater.app"), never under the root
+        QString custResourceDir;  // the updater's resources; the bundle's own when empty
         int mode = 0;             // 0 standalone; 32 and 34 from a host
+
+        // The bundle around the running program: "X.app" for ".../X.app/Contents/MacOS/exe",
+        // else the executable's own folder.
+        static QString runningBundle();
+        QString resourceDir() const;  // the bundle's Contents/Resources
+        QString helperPath() const;   // the privileged helper in the bundle's Contents/MacOS
+        QString infoPlistPath() const;
     };
 
     rfController(std::unique_ptr<WizardView> view, Setup setup);
@@ -42,6 +48,9 @@ public:
     FileOperations& files() { return m_files; }
     AppLookup& applications() { return m_applications; }
     int resultCode() const { return mResultCode; }
+    // The installer bundle and the folder that holds it, learned from the program's location.
+    QString bundlePath() const { return m_bundlePath; }
+    QString installerFolder() const;
     int mode() const { return m_mode; }
 
     // Runs a registered operation; an unknown name raises UnknownOperation.
@@ -94,6 +103,7 @@ private:
     CommandRunner m_runner;
     FileOperations m_files;
     AppLookup m_applications;
+    QString m_bundlePath;
     QString m_custResourceDir;
     int m_mode = 0;
     int mResultCode = 0;

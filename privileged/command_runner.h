@@ -11,7 +11,9 @@
 #include <optional>
 
 #include "privileged/helper_client.h"
+#include "privileged/tool_table.h"
 #include "wizard/installer_log.h"
+#include "wizard/system_root.h"
 
 namespace Refloom {
 
@@ -23,6 +25,8 @@ public:
     struct Setup {
         QString resourceDir;  // resource commands and scripts are named relative to it
         QString helperPath;   // the privileged helper executable
+        QString toolDir;      // the bundle's resources, with our own tools; resourceDir when empty
+        SystemRoot root;      // the helper is told of a sandbox root and home, never of others
     };
     enum class Authorization { none, granted, refused };
 
@@ -30,16 +34,20 @@ public:
     ~CommandRunner();
 
     // Asks for administrator rights once: after the first call the answer sticks, refusal
-    // included, until dethenticate. Later calls ask nothing and log nothing.
+    // included, until dethenticate. Later calls ask nothing and log nothing. A helper that has
+    // died meanwhile is started again, with one more prompt.
     bool authenticate();
     // Ends the helper and forgets the answer.
     void dethenticate();
     Authorization authorization() const { return m_authorization; }
+    ToolTable const& tools() const { return m_tools; }
 
     // The tool's exit status. Raises LaunchError when it cannot be started.
     int launchApp(QString const& tool, Params const& params);
     // The status of the privileged launch: 0 when the tool was run. A refused authorization
     // answers 0 without running anything, so a failed user attempt then counts as done. Intended.
+    // The command must be one the helper knows (a tool row, a resource script, the patch tool);
+    // anything else, and anything outside the helper's policy, answers HelperProtocol::kDenied.
     int launchRootApp(QString const& tool, Params const& params);
     // Runs a resource command as the user with its output in the log, then, unless it succeeded
     // or `justUser`, as administrator. Answers the last status; after a refused authorization
@@ -55,8 +63,12 @@ public:
     std::function<void()> keepPainted;
 
 private:
+    // The helper's answer for the command, starting a new helper when the last one died.
+    HelperClient::Result runAsAdmin(QString const& tool, QStringList const& arguments);
+
     InstallerLog& m_log;
     Setup m_setup;
+    ToolTable m_tools;
     Authorization m_authorization = Authorization::none;
     std::unique_ptr<HelperClient> m_helper;
 };

@@ -18,10 +18,13 @@ constexpr int kWriteFailed = -61;
 
 bool exists(QString const& path) { return QFileInfo::exists(path); }
 
+// A missing operand reads as the system's null text in the log.
+QString shown(QString const& text) { return text.isNull() ? QStringLiteral("(null)") : text; }
+
 } // namespace
 
-FileOperations::FileOperations(CommandRunner& runner, InstallerLog& log, ToolTable tools)
-    : m_runner(runner), m_log(log), m_tools(std::move(tools)) {}
+FileOperations::FileOperations(CommandRunner& runner, InstallerLog& log)
+    : m_runner(runner), m_log(log), m_tools(runner.tools()) {}
 
 bool FileOperations::run(ToolCall const& call, std::function<void()> const& beforeRetry) {
     if (m_runner.launchApp(call.tool, call.arguments) == 0) return false;
@@ -30,7 +33,7 @@ bool FileOperations::run(ToolCall const& call, std::function<void()> const& befo
 }
 
 bool FileOperations::removeFile(QString const& path) {
-    m_log.logMessage(QStringLiteral("Remove File: %1").arg(path));
+    m_log.logMessage(QStringLiteral("Remove File: %1").arg(shown(path)));
     if (path.isNull()) return true;
     if (!exists(path)) return false;
     bool const folder = QFileInfo(path).isDir();
@@ -40,7 +43,7 @@ bool FileOperations::removeFile(QString const& path) {
 }
 
 bool FileOperations::renameFile(QString const& source, QString const& destination) {
-    m_log.logMessage(QStringLiteral("Rename File: %1 -> %2").arg(source, destination));
+    m_log.logMessage(QStringLiteral("Rename File: %1 -> %2").arg(shown(source), shown(destination)));
     if (source.isNull() || destination.isNull()) return true;
     if (!exists(source)) {
         m_log.logMessage(QStringLiteral("rename: source path does not exist: %1").arg(source));
@@ -50,7 +53,7 @@ bool FileOperations::renameFile(QString const& source, QString const& destinatio
 }
 
 bool FileOperations::copyPath(QString const& source, QString const& destination) {
-    m_log.logMessage(QStringLiteral("Copy: %1 -> %2").arg(source, destination));
+    m_log.logMessage(QStringLiteral("Copy: %1 -> %2").arg(shown(source), shown(destination)));
     if (source.isNull() || destination.isNull()) return true;
     if (!exists(source)) {
         m_log.logMessage(QStringLiteral("Copy: source path does not exist: %1").arg(source));
@@ -60,22 +63,22 @@ bool FileOperations::copyPath(QString const& source, QString const& destination)
 }
 
 bool FileOperations::unlockFile(QString const& path) {
-    m_log.logMessage(QStringLiteral("Unlock File: %1").arg(path));
+    m_log.logMessage(QStringLiteral("Unlock File: %1").arg(shown(path)));
     return path.isNull() || run(m_tools.call(FileTool::unlock_file, path));
 }
 
 bool FileOperations::unlockDir(QString const& path) {
-    m_log.logMessage(QStringLiteral("Unlock Dir: %1").arg(path));
+    m_log.logMessage(QStringLiteral("Unlock Dir: %1").arg(shown(path)));
     return path.isNull() || run(m_tools.call(FileTool::unlock_dir, path));
 }
 
 bool FileOperations::chmod(QString const& path, QString const& mode) {
-    m_log.logMessage(QStringLiteral("chmod: %1 mode:%2").arg(path, mode));
+    m_log.logMessage(QStringLiteral("chmod: %1 mode:%2").arg(shown(path), shown(mode)));
     return path.isNull() || mode.isNull() || run(m_tools.call(FileTool::chmod, path, mode));
 }
 
 bool FileOperations::makeDir(QString const& path) {
-    m_log.logMessage(QStringLiteral("Make Dir: %1").arg(path));
+    m_log.logMessage(QStringLiteral("Make Dir: %1").arg(shown(path)));
     if (path.isNull()) return true;
     if (exists(path)) return false;
     bool const failed = run(m_tools.call(FileTool::make_dir, path));
@@ -84,7 +87,7 @@ bool FileOperations::makeDir(QString const& path) {
 }
 
 bool FileOperations::symLink(QString const& source, QString const& linkPath) {
-    m_log.logMessage(QStringLiteral("SymLink: %1 -> %2").arg(source, linkPath));
+    m_log.logMessage(QStringLiteral("SymLink: %1 -> %2").arg(shown(source), shown(linkPath)));
     if (source.isNull() || linkPath.isNull()) return true;
     if (!exists(source)) {
         m_log.logMessage(QStringLiteral("file or dir '%1' is missing").arg(source));

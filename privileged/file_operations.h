@@ -4,8 +4,8 @@
 //
 // Results are inverted: true means the operation FAILED, false that it succeeded. The alias
 // operation is the one exception (true on success). Both are the program's own conventions.
-// A null QString stands for a missing operand; a path that does not exist is checked as the
-// operations below say.
+// A null QString stands for a missing operand, logged as "(null)"; a path that does not exist
+// is checked as the operations below say.
 #pragma once
 
 #include <QString>
@@ -18,7 +18,9 @@ namespace Refloom {
 
 class FileOperations {
 public:
-    FileOperations(CommandRunner& runner, InstallerLog& log, ToolTable tools);
+    // The tools come from the runner's table, so that its administrator retries are ones the
+    // privileged helper knows.
+    FileOperations(CommandRunner& runner, InstallerLog& log);
 
     // A missing path succeeds with nothing run. The lock flag is cleared first (recursively for
     // a folder), and again before the administrator attempt.
@@ -44,7 +46,7 @@ private:
 
     CommandRunner& m_runner;
     InstallerLog& m_log;
-    ToolTable m_tools;
+    ToolTable const& m_tools;
 };
 
 } // namespace Refloom

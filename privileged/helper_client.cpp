@@ -1,125 +1,136 @@
 #include "privileged/helper_client.h"
 
-#include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
 #include <spawn.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <QFile>
+#include <QFileInfo>
 
 #include <cerrno>
-#include <cstring>
 #include <string>
 #include <vector>
-
-#include "privileged/helper_protocol.h"
 
 extern char** environ;
 
 namespace Refloom {
 namespace {
 
+constexpr char kPkexec[] = "/usr/bin/pkexec";
+
 void reap(pid_t pid) {
     while (waitpid(pid, nullptr, 0) < 0 && errno == EINTR) {
     }
 }
 
-// Waits until the helper has something to say, keeping the window painted meanwhile.
-bool awaitInput(int fd, std::function<void()> const& keepPainted) {
-    for (;;) {
-        pollfd waiting{fd, POLLIN, 0};
-        int count = poll(&waiting, 1, 50);
-        if (count > 0) return true;
-        if (count < 0 && errno != EINTR) return false;
-        if (keepPainted) keepPainted();
-    }
-}
-
-// Reads the helper's first line, keeping the window painted while the user answers the
-// elevation prompt. False when the helper ends (or says something else) instead.
-bool awaitReady(int fd, std::function<void()> const& keepPainted) {
-    std::string said;
-    std::string const ready = HelperProtocol::kReady;
-    while (said.size() < ready.size()) {
-        if (!awaitInput(fd, keepPainted)) return false;
-        char c;
-        ssize_t n = read(fd, &c, 1);
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) return false;
-        said.push_back(c);
-        if (ready.compare(0, said.size(), said) != 0) return false;
-    }
-    return true;
-}
-
 } // namespace
 
-QStringList HelperClient::elevationCommand() {
-    if (qEnvironmentVariableIsSet("RF_ELEVATE"))
-        return qEnvironmentVariable("RF_ELEVATE").split(QLatin1Char(' '), Qt::SkipEmptyParts);
-    if (geteuid() == 0) return {};
-    return {QStringLiteral("pkexec")};
+std::optional<QStringList> HelperClient::elevationCommand(QString& whyNot) {
+    if (qEnvironmentVariableIsSet("RF_ELEVATE")) {
+        QStringList const command = qEnvironmentVariable("RF_ELEVATE").split(QLatin1Char(' '), Qt::SkipEmptyParts);
+        // A bare name would be looked up in PATH, where anyone may have put a tool of that name.
+        if (command.isEmpty() || !command.first().startsWith(QLatin1Char('/'))) {
+            whyNot = QStringLiteral("RF_ELEVATE must start with an absolute path: \"%1\"").arg(qEnvironmentVariable("RF_ELEVATE"));
+            return std::nullopt;
+        }
+        return command;
+    }
+    if (geteuid() == 0) return QStringList();
+    return QStringList{QString::fromLatin1(kPkexec)};
 }
 
-std::unique_ptr<HelperClient> HelperClient::start(QString const& helperPath,
-                                                  std::function<void()> const& keepPainted) {
+HelperClient::Started HelperClient::start(QString const& helperPath, QStringList const& arguments,
+                                          std::function<void()> const& keepPainted) {
+    QString whyNot;
+    std::optional<QStringList> command = elevationCommand(whyNot);
+    if (!command) return {nullptr, whyNot};
+    *command << helperPath << arguments;
+    std::uint32_t user = 0;
+    std::unique_ptr<HelperClient> client = spawn(*command, keepPainted, user);
+    if (!client) return {nullptr, QStringLiteral("The privileged helper did not start: %1").arg(command->join(QLatin1Char(' ')))};
+    if (user != 0) return {nullptr, QStringLiteral("The privileged helper runs as user %1, not as root").arg(user)};
+    return {std::move(client), QString()};
+}
+
+std::unique_ptr<HelperClient> HelperClient::spawn(QStringList const& command, std::function<void()> const& keepPainted,
+                                                  std::uint32_t& effectiveUser) {
     // A helper that dies must not take the program with it when it next writes to the helper.
     signal(SIGPIPE, SIG_IGN);
-    QStringList command = elevationCommand();
-    command.append(helperPath);
+    if (command.isEmpty()) return nullptr;
     std::vector<std::string> args;
     for (QString const& item : command) args.push_back(QFile::encodeName(item).toStdString());
     std::vector<char*> argv;
     for (std::string& item : args) argv.push_back(item.data());
     argv.push_back(nullptr);
 
-    int to[2], from[2];
-    if (pipe2(to, O_CLOEXEC) != 0) return nullptr;
-    if (pipe2(from, O_CLOEXEC) != 0) {
-        close(to[0]);
-        close(to[1]);
-        return nullptr;
-    }
+    // A socket cannot be opened again through /proc, as a pipe can: only this process and the
+    // helper ever hold the channel.
+    int ends[2];
+    if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) return nullptr;
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, to[0], 0);
-    posix_spawn_file_actions_adddup2(&actions, from[1], 1);
+    posix_spawn_file_actions_adddup2(&actions, ends[1], 0);
+    posix_spawn_file_actions_adddup2(&actions, ends[1], 1);
     pid_t pid = -1;
-    int spawned = posix_spawnp(&pid, argv[0], &actions, nullptr, argv.data(), environ);
+    int const spawned = posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), environ);
     posix_spawn_file_actions_destroy(&actions);
-    close(to[0]);
-    close(from[1]);
+    close(ends[1]);
     if (spawned != 0) {
-        close(to[1]);
-        close(from[0]);
+        close(ends[0]);
         return nullptr;
     }
-    if (!awaitReady(from[0], keepPainted)) {
-        close(to[1]);
-        close(from[0]);
-        reap(pid);
-        return nullptr;
-    }
-    return std::unique_ptr<HelperClient>(new HelperClient(pid, to[1], from[0], keepPainted));
+    std::unique_ptr<HelperClient> client(new HelperClient(pid, ends[0], keepPainted));
+    std::string greeting;
+    // The user answers the elevation prompt meanwhile; the window keeps painting.
+    if (!client->awaitInput() || !HelperProtocol::readFrame(ends[0], greeting, 64)) return nullptr;
+    std::optional<std::uint32_t> user = HelperProtocol::decodeGreeting(greeting);
+    if (!user) return nullptr;
+    effectiveUser = *user;
+    return client;
 }
 
 HelperClient::~HelperClient() {
-    close(m_to);
-    close(m_from);
-    reap(m_pid);
+    close(m_channel);
+    if (m_pid > 0) reap(m_pid);
 }
 
-HelperClient::Result HelperClient::run(QString const& tool, QStringList const& arguments) {
-    std::vector<std::string> request{QFile::encodeName(tool).toStdString()};
-    for (QString const& item : arguments) request.push_back(item.toUtf8().toStdString());
-    std::int32_t status = HelperProtocol::kExecuteFailed;
-    std::string output;
-    if (!HelperProtocol::writeRequest(m_to, request) || !awaitInput(m_from, m_keepPainted) ||
-        !HelperProtocol::readReply(m_from, status, output))
+bool HelperClient::awaitInput() {
+    for (;;) {
+        pollfd waiting{m_channel, POLLIN, 0};
+        int count = poll(&waiting, 1, 50);
+        if (count > 0) return true;
+        if (count < 0 && errno != EINTR) return false;
+        if (m_keepPainted) m_keepPainted();
+    }
+}
+
+bool HelperClient::isRunning() {
+    if (m_broken || m_pid <= 0) return false;
+    int status = 0;
+    pid_t const ended = waitpid(m_pid, &status, WNOHANG);
+    if (ended == m_pid) m_pid = -1;  // reaped: the destructor must not wait for another
+    m_broken = ended != 0;
+    return !m_broken;
+}
+
+HelperClient::Result HelperClient::run(HelperProtocol::Request const& request) {
+    std::optional<std::string> const body = HelperProtocol::encodeRequest(m_lastNumber + 1, request);
+    if (!body) return {HelperProtocol::kDenied, "the request is too large to send\n"};
+    if (m_broken) return {HelperProtocol::kExecuteFailed, {}};
+    ++m_lastNumber;
+    std::string answer;
+    std::optional<HelperProtocol::Reply> reply;
+    if (HelperProtocol::writeFrame(m_channel, *body) && awaitInput() &&
+        HelperProtocol::readFrame(m_channel, answer, HelperProtocol::kMaxReply))
+        reply = HelperProtocol::decodeReply(answer);
+    if (!reply || reply->number != m_lastNumber) {
+        m_broken = true;
         return {HelperProtocol::kExecuteFailed, {}};
-    return {status, QByteArray::fromStdString(output)};
+    }
+    return {reply->status, QByteArray::fromStdString(reply->output)};
 }
 
 } // namespace Refloom

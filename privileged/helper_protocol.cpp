@@ -1,74 +1,135 @@
 #include "privileged/helper_protocol.h"
 
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstring>
 
 namespace Refloom::HelperProtocol {
 namespace {
 
-bool writeAll(int fd, void const* data, size_t size) {
-    auto const* bytes = static_cast<char const*>(data);
+template <typename Number>
+void put(std::string& out, Number value) {
+    out.append(reinterpret_cast<char const*>(&value), sizeof value);
+}
+
+// Reads numbers and strings off a body; any read past its end fails the whole decode.
+class Cursor {
+public:
+    explicit Cursor(std::string const& body) : m_body(body) {}
+    template <typename Number>
+    bool get(Number& value) {
+        if (m_body.size() - m_at < sizeof value) return false;
+        std::memcpy(&value, m_body.data() + m_at, sizeof value);
+        m_at += sizeof value;
+        return true;
+    }
+    bool get(std::string& text, std::uint32_t limit) {
+        std::uint32_t length = 0;
+        if (!get(length) || length > limit || m_body.size() - m_at < length) return false;
+        text.assign(m_body, m_at, length);
+        m_at += length;
+        return true;
+    }
+    bool atEnd() const { return m_at == m_body.size(); }
+
+private:
+    std::string const& m_body;
+    size_t m_at = 0;
+};
+
+bool transfer(int fd, char* bytes, size_t size, bool writing) {
     while (size > 0) {
-        ssize_t n = ::write(fd, bytes, size);
+        ssize_t n = writing ? ::write(fd, bytes, size) : ::read(fd, bytes, size);
         if (n < 0 && errno == EINTR) continue;
         if (n <= 0) return false;
         bytes += n;
-        size -= static_cast<size_t>(n);
+        size -= size_t(n);
     }
     return true;
-}
-
-bool readAll(int fd, void* data, size_t size) {
-    auto* bytes = static_cast<char*>(data);
-    while (size > 0) {
-        ssize_t n = ::read(fd, bytes, size);
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) return false;
-        bytes += n;
-        size -= static_cast<size_t>(n);
-    }
-    return true;
-}
-
-bool writeString(int fd, std::string const& text) {
-    auto length = static_cast<std::uint32_t>(text.size());
-    return writeAll(fd, &length, sizeof length) && writeAll(fd, text.data(), text.size());
-}
-
-bool readString(int fd, std::string& text, std::uint32_t limit) {
-    std::uint32_t length = 0;
-    if (!readAll(fd, &length, sizeof length) || length > limit) return false;
-    text.resize(length);
-    return readAll(fd, text.data(), length);
 }
 
 } // namespace
 
-bool writeRequest(int fd, std::vector<std::string> const& argv) {
-    if (argv.empty() || argv.size() > kMaxArguments) return false;
-    auto count = static_cast<std::uint32_t>(argv.size());
-    if (!writeAll(fd, &count, sizeof count)) return false;
-    for (std::string const& item : argv)
-        if (item.size() > kMaxString || !writeString(fd, item)) return false;
-    return true;
+std::optional<std::string> encodeRequest(std::uint32_t number, Request const& request) {
+    if (int(request.operation) >= kFileToolCount || request.operands.size() > kMaxOperands) return std::nullopt;
+    std::string body;
+    put(body, number);
+    put(body, std::uint8_t(request.operation));
+    put(body, std::uint8_t(request.operands.size()));
+    for (std::string const& operand : request.operands) {
+        // A path cannot hold a NUL byte; one would cut it short where the tool reads it.
+        if (operand.size() > kMaxString || operand.find('\0') != std::string::npos) return std::nullopt;
+        put(body, std::uint32_t(operand.size()));
+        body += operand;
+    }
+    return body;
 }
 
-bool readRequest(int fd, std::vector<std::string>& argv) {
-    std::uint32_t count = 0;
-    if (!readAll(fd, &count, sizeof count) || count == 0 || count > kMaxArguments) return false;
-    argv.assign(count, std::string());
-    for (std::string& item : argv)
-        if (!readString(fd, item, kMaxString)) return false;
-    return true;
+std::optional<std::pair<std::uint32_t, Request>> decodeRequest(std::string const& body) {
+    Cursor in(body);
+    std::uint32_t number = 0;
+    std::uint8_t operation = 0, count = 0;
+    if (!in.get(number) || !in.get(operation) || !in.get(count)) return std::nullopt;
+    if (operation >= kFileToolCount || count > kMaxOperands) return std::nullopt;
+    Request request{FileTool(operation), std::vector<std::string>(count)};
+    for (std::string& operand : request.operands)
+        if (!in.get(operand, kMaxString) || operand.find('\0') != std::string::npos) return std::nullopt;
+    if (!in.atEnd()) return std::nullopt;
+    return std::pair{number, std::move(request)};
 }
 
-bool writeReply(int fd, std::int32_t status, std::string const& output) {
-    return output.size() <= kMaxOutput && writeAll(fd, &status, sizeof status) && writeString(fd, output);
+std::string encodeReply(Reply const& reply) {
+    std::string body;
+    put(body, reply.number);
+    put(body, reply.status);
+    std::string const output = reply.output.substr(0, kMaxOutput);
+    put(body, std::uint32_t(output.size()));
+    return body + output;
 }
 
-bool readReply(int fd, std::int32_t& status, std::string& output) {
-    return readAll(fd, &status, sizeof status) && readString(fd, output, kMaxOutput);
+std::optional<Reply> decodeReply(std::string const& body) {
+    Cursor in(body);
+    Reply reply{};
+    if (!in.get(reply.number) || !in.get(reply.status) || !in.get(reply.output, kMaxOutput) || !in.atEnd())
+        return std::nullopt;
+    return reply;
+}
+
+std::string encodeGreeting(std::uint32_t effectiveUser) {
+    std::string body;
+    put(body, kVersion);
+    put(body, effectiveUser);
+    return body;
+}
+
+std::optional<std::uint32_t> decodeGreeting(std::string const& body) {
+    Cursor in(body);
+    std::uint32_t version = 0, user = 0;
+    if (!in.get(version) || version != kVersion || !in.get(user) || !in.atEnd()) return std::nullopt;
+    return user;
+}
+
+bool writeFrame(int fd, std::string const& body) {
+    std::string frame;
+    put(frame, std::uint32_t(body.size()));
+    frame += body;
+    return transfer(fd, frame.data(), frame.size(), true);
+}
+
+bool readFrame(int fd, std::string& body, std::uint32_t limit, bool* closed) {
+    std::uint32_t length = 0;
+    if (closed) {
+        char first;
+        ssize_t n;
+        while ((n = ::recv(fd, &first, 1, MSG_PEEK)) < 0 && errno == EINTR) {
+        }
+        *closed = n == 0;
+    }
+    if (!transfer(fd, reinterpret_cast<char*>(&length), sizeof length, false) || length > limit) return false;
+    body.resize(length);
+    return transfer(fd, body.data(), length, false);
 }
 
 } // namespace Refloom::HelperProtocol

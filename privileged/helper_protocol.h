@@ -1,34 +1,65 @@
-// What the program and its privileged helper say over the helper's standard input and output.
+// What the program and its privileged helper say to each other over the socket pair the
+// program made (the helper's standard input and output). Every message is a frame:
 //
-//   helper, once started:  the line kReady
-//   request:  u32 count, then count strings (u32 length, bytes): the tool's absolute path first,
-//             then its arguments, each passed as it is, never through a shell
-//   reply:    i32 status (0: the tool was started and has ended; otherwise why not), u32 length,
-//             the tool's standard output and error, merged (at most kMaxOutput bytes kept)
+//   frame:     u32 length of the body, then the body
+//   greeting:  (helper, once, first)  u32 kVersion, u32 the helper's effective user id
+//   request:   u32 number, u8 operation (FileTool), u8 count, count strings (u32 length, bytes)
+//   reply:     u32 number (the request's), i32 status, u32 length, output bytes
 //
+// A request names an operation and its operands, never a tool: the helper builds the tool's
+// argument vector itself. Status 0 means the tool was started and has ended; kDenied that the
+// request is outside the helper's policy; kExecuteFailed that the tool could not be started.
 // Numbers are in the machine's own byte order: both ends always run on the same machine.
-// The helper exits when its input closes.
+// The helper exits when the channel closes, and on any frame it cannot take whole.
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "privileged/tool_rows.h"
+
 namespace Refloom::HelperProtocol {
 
-inline constexpr char kReady[] = "RF-HELPER-READY\n";
-inline constexpr std::uint32_t kMaxArguments = 1024;
-inline constexpr std::uint32_t kMaxString = 1 << 16;
+inline constexpr std::uint32_t kVersion = 2;
+inline constexpr std::uint32_t kMaxOperands = 64;
+inline constexpr std::uint32_t kMaxString = 4096;  // a path of the system's longest
+inline constexpr std::uint32_t kMaxRequest = 6 + kMaxOperands * (4 + kMaxString);
 inline constexpr std::uint32_t kMaxOutput = 1 << 20;
+inline constexpr std::uint32_t kMaxReply = 12 + kMaxOutput;
 
 // Statuses of a run that did not happen, in the numbering of the Mac's authorization errors.
-inline constexpr std::int32_t kDenied = -60005;         // not a tool the helper may run
-inline constexpr std::int32_t kExecuteFailed = -60031;  // the tool could not be started
+inline constexpr std::int32_t kDenied = -60005;
+inline constexpr std::int32_t kExecuteFailed = -60031;
 
-// Each answers false when the descriptor closes or the data breaks the limits above.
-bool writeRequest(int fd, std::vector<std::string> const& argv);
-bool readRequest(int fd, std::vector<std::string>& argv);
-bool writeReply(int fd, std::int32_t status, std::string const& output);
-bool readReply(int fd, std::int32_t& status, std::string& output);
+// The patch tool's file name in the resource folder.
+inline constexpr char kPatchTool[] = "applyPatch";
+
+struct Request {
+    FileTool operation;
+    std::vector<std::string> operands;
+};
+
+struct Reply {
+    std::uint32_t number;
+    std::int32_t status;
+    std::string output;
+};
+
+// Bodies. Encoding checks every limit first and answers nothing when one is broken, so a
+// request is sent whole or not at all; decoding takes a body whole or not at all.
+std::optional<std::string> encodeRequest(std::uint32_t number, Request const& request);
+std::optional<std::pair<std::uint32_t, Request>> decodeRequest(std::string const& body);
+std::string encodeReply(Reply const& reply);
+std::optional<Reply> decodeReply(std::string const& body);
+std::string encodeGreeting(std::uint32_t effectiveUser);
+// The helper's effective user id, when the body is a greeting of this version.
+std::optional<std::uint32_t> decodeGreeting(std::string const& body);
+
+// Frames over a descriptor: false when it closes, fails or the length is over `limit`.
+// `closed`, when given, tells a channel closed between frames from a frame broken off.
+bool writeFrame(int fd, std::string const& body);
+bool readFrame(int fd, std::string& body, std::uint32_t limit, bool* closed = nullptr);
 
 } // namespace Refloom::HelperProtocol

@@ -21,8 +21,11 @@ public:
 // Processes pending events other than user input, so spinners turn while a tool runs.
 void processPendingEvents();
 
-// Runs the tool with the program's own standard input, output and error; answers its exit
-// status (-1 when it crashed). Raises LaunchError when it cannot be started.
+// Statuses are the tool's exit status, or the number of the signal that ended it, as the
+// Mac's task API reports a termination status.
+
+// Runs the tool with the program's own standard input, output and error; answers its status.
+// Raises LaunchError when it cannot be started.
 int runInheriting(QString const& tool, QStringList const& arguments,
                   std::function<void()> const& keepPainted);
 
@@ -31,8 +34,10 @@ struct Captured {
     QByteArray output;
 };
 // Runs the tool with its standard output (and, with `withErrors`, its standard error) captured.
+// `onOutput`, when given, receives each chunk as it arrives and the output is not kept.
 Captured runCapturing(QString const& tool, QStringList const& arguments, bool withErrors,
-                      std::function<void()> const& keepPainted);
+                      std::function<void()> const& keepPainted,
+                      std::function<void(QByteArray const&)> const& onOutput = {});
 
 // An argument list as the log shows it: joined with single blanks, empty for none.
 QString joined(std::optional<QStringList> const& arguments);

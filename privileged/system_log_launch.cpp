@@ -2,9 +2,13 @@
 
 #include <syslog.h>
 
+#include <QDir>
+#include <QFileInfo>
+
 #include <cstdio>
 
 #include "privileged/process_run.h"
+#include "privileged/tool_table.h"
 
 namespace Refloom {
 namespace {
@@ -15,11 +19,16 @@ void systemLog(QString const& message) { syslog(LOG_NOTICE, "%s", message.toUtf8
 
 AuthorizationRef authenticate(QString const& helperPath) {
     systemLog(QStringLiteral("Authenticate..."));
-    std::unique_ptr<HelperClient> helper = HelperClient::start(helperPath, processPendingEvents);
-    // Starting the helper both creates the authorization and grants the right in one step, so
-    // a refusal is always the second message's.
-    if (!helper) systemLog(QStringLiteral("Failed to authorize rights."));
-    return helper.release();
+    // No usable way to get the rights is a failure to create the authorization; a helper that
+    // did not start as root, a failure to be granted them.
+    QString whyNot;
+    if (!HelperClient::elevationCommand(whyNot)) {
+        systemLog(QStringLiteral("Failed to create an authorization."));
+        return nullptr;
+    }
+    HelperClient::Started started = HelperClient::start(helperPath, {}, processPendingEvents);
+    if (!started.client) systemLog(QStringLiteral("Failed to authorize rights."));
+    return started.client.release();
 }
 
 void dethenticate(AuthorizationRef authorization) { delete authorization; }
@@ -34,7 +43,11 @@ int launchApplicationAsRoot(AuthorizationRef authorization, QString const& helpe
                             QString const& tool, Params const& params) {
     if (!authorization) authorization = authenticate(helperPath);
     if (!authorization) return 0;
-    HelperClient::Result result = authorization->run(tool, params.value_or(QStringList()));
+    // The helper runs named operations only: the command is matched against the tool table of
+    // the helper's own bundle.
+    ToolTable const tools(QDir::cleanPath(QFileInfo(helperPath).path() + QStringLiteral("/../Resources")));
+    std::optional<HelperProtocol::Request> const request = tools.request(tool, params.value_or(QStringList()));
+    HelperClient::Result const result = request ? authorization->run(*request) : HelperClient::Result{HelperProtocol::kDenied, {}};
     if (result.status == 0)
         std::fwrite(result.output.constData(), 1, size_t(result.output.size()), stderr);
     else

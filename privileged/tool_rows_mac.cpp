@@ -1,35 +1,44 @@
-// The tool table of the Mac: the system's own tools, as the installer has always run them.
-#include "privileged/tool_table.h"
-#include "privileged/tool_arguments.h"
+// The tool table of the Mac: the system's own tools, as the installer has always run them,
+// with "--" before the operands.
+#include "privileged/tool_rows.h"
 
 #include <array>
 
 namespace Refloom {
 namespace {
 
-using namespace ToolArguments;
-
-constexpr std::array<char const*, 2> kUnlockFile = {"nouchg", "{1}"};
-constexpr std::array<char const*, 3> kUnlockDir = {"-R", "nouchg", "{1}"};
+constexpr std::array<char const*, 3> kRemoveFolder = {"-rf", "--", "{1}"};
+constexpr std::array<char const*, 3> kRemoveFile = {"-f", "--", "{1}"};
+constexpr std::array<char const*, 3> kRename = {"--", "{1}", "{2}"};
+constexpr std::array<char const*, 4> kCopy = {"-rsrcFork", "--", "{1}", "{2}"};
+constexpr std::array<char const*, 3> kUnlockFile = {"--", "nouchg", "{1}"};
+constexpr std::array<char const*, 4> kUnlockDir = {"-R", "--", "nouchg", "{1}"};
+constexpr std::array<char const*, 3> kChmod = {"--", "{2}", "{1}"};
+constexpr std::array<char const*, 3> kMakeDir = {"-p", "--", "{1}"};
+constexpr std::array<char const*, 4> kSymLink = {"-s", "--", "{1}", "{2}"};
+constexpr std::array<char const*, 3> kChangeOwner = {"--", "root:wheel", "{1}"};
+constexpr std::array<char const*, 4> kChangeOwnerTree = {"-R", "--", "root:wheel", "{1}"};
 
 // clang-format off
-constexpr std::array<ToolRow, 9> kRows = {{
-    {FileTool::remove_folder, "/bin/rm",          kRemoveFolder},
-    {FileTool::remove_file,   "/bin/rm",          kRemoveFile},
-    {FileTool::rename,        "/bin/mv",          kRename},
-    {FileTool::copy,          "/usr/bin/ditto",   kCopy},
-    {FileTool::unlock_file,   "/usr/bin/chflags", kUnlockFile},
-    {FileTool::unlock_dir,    "/usr/bin/chflags", kUnlockDir},
-    {FileTool::chmod,         "/bin/chmod",       kChmod},
-    {FileTool::make_dir,      "/bin/mkdir",       kMakeDir},
-    {FileTool::sym_link,      "/bin/ln",          kSymLink},
+constexpr std::array<ToolRow, 11> kRows = {{
+    {FileTool::remove_folder,     "/bin/rm",          kRemoveFolder},
+    {FileTool::remove_file,       "/bin/rm",          kRemoveFile},
+    {FileTool::rename,            "/bin/mv",          kRename},
+    {FileTool::copy,              "/usr/bin/ditto",   kCopy},
+    {FileTool::unlock_file,       "/usr/bin/chflags", kUnlockFile},
+    {FileTool::unlock_dir,        "/usr/bin/chflags", kUnlockDir},
+    {FileTool::chmod,             "/bin/chmod",       kChmod},
+    {FileTool::make_dir,          "/bin/mkdir",       kMakeDir},
+    {FileTool::sym_link,          "/bin/ln",          kSymLink},
+    {FileTool::change_owner,      "/bin/chown"     ,  kChangeOwner},
+    {FileTool::change_owner_tree, "/bin/chown"     ,  kChangeOwnerTree},
 }};
 // clang-format on
 
 } // namespace
 
-std::span<ToolRow const> ToolTable::rows() { return kRows; }
+std::span<ToolRow const> toolRows() { return kRows; }
 
-QString ToolTable::adminGroup() { return QStringLiteral("wheel"); }
+std::string_view adminOwner() { return "root:wheel"; }
 
 } // namespace Refloom

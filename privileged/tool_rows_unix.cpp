@@ -1,37 +1,47 @@
 // The tool table of a Linux system. "ditto" becomes rf-ditto, a script of ours that merges into
 // the destination, makes missing parents and keeps modes and times; clearing the lock flag
-// ("chflags nouchg") becomes clearing the immutable attribute, the lock flag's twin here.
-#include "privileged/tool_table.h"
-#include "privileged/tool_arguments.h"
+// ("chflags nouchg") becomes rf-unlock, which clears the immutable attribute, the lock flag's
+// twin here, and passes links over. "mv -T" renames onto the destination itself, never into a
+// folder (or a link to one) that happens to stand there.
+#include "privileged/tool_rows.h"
 
 #include <array>
 
 namespace Refloom {
 namespace {
 
-using namespace ToolArguments;
-
-constexpr std::array<char const*, 2> kUnlockFile = {"-i", "{1}"};
-constexpr std::array<char const*, 3> kUnlockDir = {"-R", "-i", "{1}"};
+constexpr std::array<char const*, 3> kRemoveFolder = {"-rf", "--", "{1}"};
+constexpr std::array<char const*, 3> kRemoveFile = {"-f", "--", "{1}"};
+constexpr std::array<char const*, 4> kRename = {"-T", "--", "{1}", "{2}"};
+constexpr std::array<char const*, 4> kCopy = {"-rsrcFork", "--", "{1}", "{2}"};
+constexpr std::array<char const*, 2> kUnlockFile = {"--", "{1}"};
+constexpr std::array<char const*, 3> kUnlockDir = {"-R", "--", "{1}"};
+constexpr std::array<char const*, 3> kChmod = {"--", "{2}", "{1}"};
+constexpr std::array<char const*, 3> kMakeDir = {"-p", "--", "{1}"};
+constexpr std::array<char const*, 4> kSymLink = {"-s", "--", "{1}", "{2}"};
+constexpr std::array<char const*, 3> kChangeOwner = {"--", "root:root", "{1}"};
+constexpr std::array<char const*, 4> kChangeOwnerTree = {"-R", "--", "root:root", "{1}"};
 
 // clang-format off
-constexpr std::array<ToolRow, 9> kRows = {{
-    {FileTool::remove_folder, "/bin/rm",         kRemoveFolder},
-    {FileTool::remove_file,   "/bin/rm",         kRemoveFile},
-    {FileTool::rename,        "/bin/mv",         kRename},
-    {FileTool::copy,          "@rf-ditto",       kCopy},
-    {FileTool::unlock_file,   "/usr/bin/chattr", kUnlockFile},
-    {FileTool::unlock_dir,    "/usr/bin/chattr", kUnlockDir},
-    {FileTool::chmod,         "/bin/chmod",      kChmod},
-    {FileTool::make_dir,      "/bin/mkdir",      kMakeDir},
-    {FileTool::sym_link,      "/bin/ln",         kSymLink},
+constexpr std::array<ToolRow, 11> kRows = {{
+    {FileTool::remove_folder,     "/bin/rm",     kRemoveFolder},
+    {FileTool::remove_file,       "/bin/rm",     kRemoveFile},
+    {FileTool::rename,            "/bin/mv",     kRename},
+    {FileTool::copy,              "@rf-ditto",   kCopy},
+    {FileTool::unlock_file,       "@rf-unlock",  kUnlockFile},
+    {FileTool::unlock_dir,        "@rf-unlock",  kUnlockDir},
+    {FileTool::chmod,             "/bin/chmod",  kChmod},
+    {FileTool::make_dir,          "/bin/mkdir",  kMakeDir},
+    {FileTool::sym_link,          "/bin/ln",     kSymLink},
+    {FileTool::change_owner,      "/bin/chown",  kChangeOwner},
+    {FileTool::change_owner_tree, "/bin/chown",  kChangeOwnerTree},
 }};
 // clang-format on
 
 } // namespace
 
-std::span<ToolRow const> ToolTable::rows() { return kRows; }
+std::span<ToolRow const> toolRows() { return kRows; }
 
-QString ToolTable::adminGroup() { return QStringLiteral("root"); }
+std::string_view adminOwner() { return "root:root"; }
 
 } // namespace Refloom

@@ -1,15 +1,17 @@
-// Each file operation as the tool and arguments that carry it out on this platform. On the Mac
-// they are the system's own tools; here the nearest equivalents with the same meaning.
+// Each file operation as the tool and arguments that carry it out on this platform, and the
+// way back: which named operation a tool and its arguments stand for, so that an administrator
+// run can be asked of the privileged helper, which takes named operations only.
 #pragma once
 
 #include <QString>
 #include <QStringList>
 
-#include <span>
+#include <optional>
+
+#include "privileged/helper_protocol.h"
+#include "privileged/tool_rows.h"
 
 namespace Refloom {
-
-enum class FileTool { remove_folder, remove_file, rename, copy, unlock_file, unlock_dir, chmod, make_dir, sym_link };
 
 struct ToolCall {
     QString tool;
@@ -17,24 +19,19 @@ struct ToolCall {
     bool operator==(ToolCall const&) const = default;
 };
 
-// One row: the tool (a leading "@" names a file of the resource folder) and its arguments,
-// where "{1}" and "{2}" stand for the operation's first and second operand, as whole arguments.
-struct ToolRow {
-    FileTool operation;
-    char const* tool;
-    std::span<char const* const> arguments;
-};
-
 class ToolTable {
 public:
+    // `resourceDir` holds the tools of ours ("@" rows), the resource scripts and the patch tool.
     explicit ToolTable(QString resourceDir) : m_resourceDir(std::move(resourceDir)) {}
 
     ToolCall call(FileTool operation, QString const& first, QString const& second = QString()) const;
-    // The group administrators belong to.
-    static QString adminGroup();
-    static std::span<ToolRow const> rows();
+    // The helper request that runs the same command: a row whose tool and arguments match
+    // exactly, the patch tool of the resource folder, or a script in it. None for anything else.
+    std::optional<HelperProtocol::Request> request(QString const& tool, QStringList const& arguments) const;
 
 private:
+    QString toolPath(ToolRow const& row) const;
+
     QString m_resourceDir;
 };
 

@@ -1,97 +1,136 @@
-// The privileged helper: started once per run through the platform's elevation, it runs the
-// tools the program asks for, with administrator rights, and nothing else. It listens only to
-// the pipe of the process that started it and exits when that pipe closes.
+// The privileged helper: started once per run through the platform's elevation, it carries out
+// the named file operations of its policy with administrator rights, and nothing else. It
+// talks only over the socket pair of the process that started it and exits when that closes
+// or when a frame is malformed.
+//   rf-privileged-helper [--root DIR --home DIR]
 #include <fcntl.h>
+#include <pwd.h>
 #include <signal.h>
-#include <sys/wait.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <cerrno>
 #include <climits>
+#include <cstdio>
 #include <cstdlib>
+#include <fstream>
+#include <sstream>
 #include <string>
-#include <vector>
 
-#include "privileged/helper/allow_list.h"
+#include "privileged/helper/helper_operations.h"
 #include "privileged/helper_protocol.h"
 
 using namespace Refloom;
+using namespace Refloom::Helper;
 
 namespace {
 
-// The resource folder of the bundle the helper belongs to: Contents/MacOS/helper beside
-// Contents/Resources. Taken from where the helper itself lies, so no caller can change it.
-std::string resourceFolder() {
-    char self[PATH_MAX];
-    ssize_t length = readlink("/proc/self/exe", self, sizeof self - 1);
-    if (length <= 0) return {};
-    std::string folder(self, static_cast<size_t>(length));
-    folder = folder.substr(0, folder.rfind('/')) + "/../Resources";
-    char resolved[PATH_MAX];
-    return realpath(folder.c_str(), resolved) ? std::string(resolved) : std::string();
+[[noreturn]] void fail(std::string const& why) {
+    std::fprintf(stderr, "rf-privileged-helper: %s\n", why.c_str());
+    std::exit(1);
 }
 
-// Runs the tool with a clean environment and no shell; its output and errors come back merged.
-std::int32_t run(std::vector<std::string> const& argv, std::string& output) {
-    int out[2], failure[2];
-    if (pipe2(out, O_CLOEXEC) != 0) return HelperProtocol::kExecuteFailed;
-    if (pipe2(failure, O_CLOEXEC) != 0) {
-        close(out[0]);
-        close(out[1]);
-        return HelperProtocol::kExecuteFailed;
-    }
-    std::vector<char*> args;
-    for (std::string const& item : argv) args.push_back(const_cast<char*>(item.c_str()));
-    args.push_back(nullptr);
-    char* environment[] = {const_cast<char*>("PATH=/usr/sbin:/usr/bin:/sbin:/bin"),
-                           const_cast<char*>("LC_ALL=C"), nullptr};
+pid_t parentOf(pid_t pid) {
+    std::ifstream stat("/proc/" + std::to_string(pid) + "/stat");
+    std::string line;
+    std::getline(stat, line);
+    // "pid (name) state ppid ...": the name may hold blanks and brackets, so read after the last ')'.
+    size_t const close = line.rfind(')');
+    if (close == std::string::npos) return 0;
+    std::istringstream rest(line.substr(close + 1));
+    char state;
+    pid_t parent = 0;
+    rest >> state >> parent;
+    return parent;
+}
 
-    pid_t child = fork();
-    if (child == 0) {
-        int nothing = open("/dev/null", O_RDONLY);
-        dup2(nothing, 0);
-        dup2(out[1], 1);
-        dup2(out[1], 2);
-        execve(args[0], args.data(), environment);
-        int error = errno;
-        ssize_t ignored = write(failure[1], &error, sizeof error);
-        (void)ignored;
-        _exit(127);
-    }
-    close(out[1]);
-    close(failure[1]);
-    int error = 0;
-    bool const started = child > 0 && read(failure[0], &error, sizeof error) != sizeof error;
-    close(failure[0]);
+// The user on the other end of the channel, which must be a socket held by the process that
+// started us (directly, or through the elevation tool and its monitor).
+uid_t peerOfChannel() {
+    struct stat info;
+    int type = 0;
+    socklen_t length = sizeof type;
+    if (fstat(0, &info) != 0 || !S_ISSOCK(info.st_mode) || getsockopt(0, SOL_SOCKET, SO_TYPE, &type, &length) != 0 ||
+        type != SOCK_STREAM)
+        fail("the channel must be a socket pair");
+    ucred peer{};
+    length = sizeof peer;
+    if (getsockopt(0, SOL_SOCKET, SO_PEERCRED, &peer, &length) != 0) fail("cannot tell who is on the channel");
+    pid_t ancestor = getppid();
+    for (int level = 0; level < 4 && ancestor > 1; ++level, ancestor = parentOf(ancestor))
+        if (ancestor == peer.pid) return peer.uid;
+    fail("the channel belongs to a process that did not start the helper");
+}
 
-    char buffer[4096];
-    for (ssize_t n; (n = read(out[0], buffer, sizeof buffer)) != 0;) {
-        if (n < 0 && errno == EINTR) continue;
-        if (n < 0) break;
-        // Past the limit the output is drained and dropped, so the tool is never blocked.
-        size_t room = HelperProtocol::kMaxOutput - output.size();
-        output.append(buffer, std::min(room, static_cast<size_t>(n)));
-    }
-    close(out[0]);
-    if (child > 0)
-        while (waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
-        }
-    return started ? 0 : HelperProtocol::kExecuteFailed;
+// The bundle around the helper (Contents/MacOS/helper), never a path a caller gives.
+std::string contentsFolder(uid_t& owner) {
+    char self[PATH_MAX];
+    if (!realpath("/proc/self/exe", self)) fail("cannot find its own bundle");
+    struct stat info;
+    if (::stat(self, &info) != 0) fail("cannot look at itself");
+    owner = info.st_uid;
+    std::string path(self);
+    path = path.substr(0, path.rfind('/'));  // Contents/MacOS
+    return path.substr(0, path.rfind('/'));  // Contents
+}
+
+PolicyFile readPolicy(std::string const& contents, uid_t owner) {
+    int fd = open((contents + "/helper-policy").c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    struct stat info;
+    if (fd < 0 || fstat(fd, &info) != 0 || !S_ISREG(info.st_mode) || info.st_size > (1 << 20))
+        fail("cannot read the policy beside Info.plist");
+    if (info.st_uid != owner || (info.st_mode & (S_IWGRP | S_IWOTH)) != 0)
+        fail("the policy may be changed by others than the helper's owner");
+    std::string text(size_t(info.st_size), '\0');
+    bool const read = pread(fd, text.data(), text.size(), 0) == ssize_t(text.size());
+    close(fd);
+    std::string why;
+    std::optional<PolicyFile> policy = read ? PolicyFile::parse(text, why) : std::nullopt;
+    if (!policy) fail(read ? why : "cannot read the policy");
+    return *policy;
+}
+
+// A system root may only be a folder of the requesting user's own: everything the helper does
+// there stays in that user's tree.
+void checkSandbox(std::string const& root, std::string const& home, uid_t user) {
+    std::string why;
+    std::optional<Pinned> pinned = pin(root, why);
+    if (!pinned || !pinned->isFolder() || pinned->info.st_uid != user)
+        fail("the system root must be a folder of the user's own, with no link on its way: " + root);
+    if (!isWithin(home, root, true) || !isCleanAbsolute(home)) fail("the home folder must lie in the system root");
 }
 
 } // namespace
 
-int main() {
+int main(int argc, char** argv) {
     signal(SIGPIPE, SIG_IGN);
-    std::string const resources = resourceFolder();
-    if (write(1, HelperProtocol::kReady, sizeof HelperProtocol::kReady - 1) < 0) return 1;
-    std::vector<std::string> argv;
-    while (HelperProtocol::readRequest(0, argv)) {
-        std::string output;
-        std::int32_t status = isAllowedTool(argv.front(), resources) ? run(argv, output)
-                                                                      : HelperProtocol::kDenied;
-        if (!HelperProtocol::writeReply(1, status, output)) return 1;
+    uid_t const user = peerOfChannel();
+    std::string root, home;
+    for (int i = 1; i + 1 < argc; i += 2) {
+        std::string const option = argv[i];
+        (option == "--root" ? root : option == "--home" ? home : (fail("unknown option " + option), root)) = argv[i + 1];
     }
-    return 0;
+    if (argc % 2 == 0) fail("usage: rf-privileged-helper [--root DIR --home DIR]");
+    if (!root.empty()) {
+        checkSandbox(root, home, user);
+    } else {
+        passwd const* account = getpwuid(user);
+        if (!account || !account->pw_dir) fail("the requesting user has no home folder");
+        home = account->pw_dir;
+    }
+    uid_t owner = 0;
+    std::string const contents = contentsFolder(owner);
+    Context const context{Policy(readPolicy(contents, owner), root, home), contents + "/Resources", user, owner};
+
+    if (!HelperProtocol::writeFrame(1, HelperProtocol::encodeGreeting(geteuid()))) return 1;
+    std::string body;
+    bool closed = false;
+    for (std::uint32_t expected = 1;; ++expected) {
+        if (!HelperProtocol::readFrame(0, body, HelperProtocol::kMaxRequest, &closed)) return closed ? 0 : 2;
+        auto request = HelperProtocol::decodeRequest(body);
+        if (!request || request->first != expected) return 2;  // out of step: trust nothing more
+        Outcome const outcome = carryOut(context, request->second);
+        if (!HelperProtocol::writeFrame(1, HelperProtocol::encodeReply({expected, outcome.status, outcome.output})))
+            return 1;
+    }
 }

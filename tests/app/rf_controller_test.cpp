@@ -1,9 +1,11 @@
 #include <gtest/gtest.h>
 
 #include <QFile>
+#include <QFileInfo>
 #include <QSet>
 
 #include "app/rf_controller.h"
+#include "support/plist_bridge.h"
 #include "tests/fixtures/recording_view.h"
 #include "tests/fixtures/scratch.h"
 #include "wizard/state_tables.h"
@@ -27,9 +29,8 @@ struct Controller {
     RecordingView* view = new RecordingView;
     rfController controller{std::unique_ptr<WizardView>(view),
                             {.root = SystemRoot(QString::fromStdString(scratch / "root"), QStringLiteral("/home/u")),
+                             .bundlePath = QStringLiteral(RF_TEST_BUNDLE),
                              .custResourceDir = QString::fromStdString(scratch / "resources"),
-                             .appResourceDir = QStringLiteral(RF_TEST_BUNDLE "/Contents/Resources"),
-                             .helperPath = QStringLiteral(RF_TEST_BUNDLE "/Contents/MacOS/rf-privileged-helper"),
                              .mode = 0}};
     int dethenticated = 0, terminated = 0;
 
@@ -183,4 +184,19 @@ TEST(rfController, FailingOperationIsLoggedAndTheWizardStays) {
     c.press("next:");
     EXPECT_TRUE(c.log().contains(QStringLiteral(" Exception Raised no picture today\n")));
     EXPECT_EQ(c.controller.engine().state(), 1);
+}
+
+TEST(rfController, FindsItsBundleAndWhatTheBuildWroteInIt) {
+    Controller c;
+    EXPECT_EQ(c.controller.installerFolder() + QStringLiteral("/Refloom 2025 Updater.app"), QStringLiteral(RF_TEST_BUNDLE));
+    // A test binary lies in no bundle: its own folder stands in for one.
+    EXPECT_EQ(rfController::Setup::runningBundle(), QFileInfo(QStringLiteral("/proc/self/exe")).canonicalPath());
+    rfController::Setup const setup{.root = SystemRoot(), .bundlePath = QStringLiteral(RF_TEST_BUNDLE), .custResourceDir = QString(), .mode = 0};
+    QVariantMap const info = readPlistFile(setup.infoPlistPath()).toMap();
+    QVariantMap const data = info.value(QStringLiteral("RFCustomizerData")).toMap();
+    EXPECT_FALSE(info.value(QStringLiteral("CFBundleIdentifier")).toString().isEmpty());
+    EXPECT_FALSE(data.value(QStringLiteral("Templates")).toStringList().isEmpty());
+    EXPECT_FALSE(data.value(QStringLiteral("StartupPaths")).toStringList().isEmpty());
+    EXPECT_TRUE(QFileInfo(setup.helperPath()).isExecutable());
+    EXPECT_TRUE(QFileInfo::exists(QStringLiteral(RF_TEST_BUNDLE "/Contents/helper-policy")));
 }

@@ -3,6 +3,9 @@
 #include <QDir>
 #include <QFile>
 
+#include <signal.h>
+#include <unistd.h>
+
 #include "privileged/command_runner.h"
 #include "privileged/process_run.h"
 #include "privileged/system_log_launch.h"
@@ -19,8 +22,9 @@ namespace {
 struct Runner {
     Scratch scratch;
     QString resources = QString::fromStdString(scratch / "resources");
-    InstallerLog log{SystemRoot(QString::fromStdString(scratch / "root"), QStringLiteral("/home/u"))};
-    CommandRunner runner{log, {resources, rf_test::helperPath()}};
+    SystemRoot log_root() const { return SystemRoot(QString::fromStdString(scratch / "root"), QStringLiteral("/home/u")); }
+    InstallerLog log{log_root()};
+    CommandRunner runner{log, {resources, rf_test::helperPath(), rf_test::bundleResources(), log_root()}};
 
     QStringList messages() const { return rf_test::logMessages(log.path()); }
     void script(char const* name, std::string const& body) {
@@ -71,7 +75,7 @@ TEST(CommandRunner, ResourceScriptsAsUserOnly) {
 }
 
 TEST(CommandRunner, RefusedAuthorizationIsAskedOnceAndCountsAsSuccess) {
-    ScopedEnv refuse("RF_ELEVATE", "false");
+    ScopedEnv refuse("RF_ELEVATE", "/bin/false");
     Runner r;
     r.script("fail.sh", "exit 4\n");
     EXPECT_FALSE(r.runner.authenticate());
@@ -80,7 +84,8 @@ TEST(CommandRunner, RefusedAuthorizationIsAskedOnceAndCountsAsSuccess) {
     EXPECT_EQ(r.runner.systemCallWithLog(QStringLiteral("fail.sh"), std::nullopt, false), 4);
     EXPECT_FALSE(r.runner.runResourceScript(QStringLiteral("fail.sh"), std::nullopt, false));
     QStringList const lines = r.messages();
-    EXPECT_EQ(lines.mid(0, 2), (QStringList{"Authenticate", "Authentication status :Failed"}));
+    EXPECT_EQ(lines.first(), QStringLiteral("Authenticate"));
+    EXPECT_TRUE(lines.contains(QStringLiteral("Authentication status :Failed")));
     EXPECT_EQ(lines.count(QStringLiteral("Authenticate")), 1);
     EXPECT_TRUE(lines.filter(QStringLiteral("as admin")).isEmpty());
 
@@ -89,29 +94,66 @@ TEST(CommandRunner, RefusedAuthorizationIsAskedOnceAndCountsAsSuccess) {
     EXPECT_EQ(r.messages().count(QStringLiteral("Authenticate")), 2);
 }
 
-TEST(CommandRunner, GrantedAuthorizationRunsThroughTheHelper) {
-    ScopedEnv direct("RF_ELEVATE", "");  // start the helper with the test's own rights
+TEST(CommandRunner, ToolsEndedByASignalReportTheSignal) {
     Runner r;
-    QString const made = QString::fromStdString(r.scratch / "made by helper");
+    EXPECT_EQ(r.runner.launchApp(QStringLiteral("/bin/sh"), QStringList{"-c", "kill -TERM $$"}), 15);
+    EXPECT_EQ(r.messages(), QStringList{"Running as user: /bin/sh -c kill -TERM $$ Result: 15"});
+}
+
+TEST(CommandRunner, SystemCallLogsOutputWhileTheCommandRuns) {
+    Runner r;
+    // The script goes on only once its first line is in the log: a log written at the end
+    // would make it give up.
+    r.script("slow.sh", "echo first\nfor i in $(seq 100); do grep -q first \"$1\" && { echo seen; exit 0; }; sleep 0.05; done\necho unseen\n");
+    EXPECT_EQ(r.runner.systemCallWithLog(QStringLiteral("slow.sh"), QStringList{r.log.path()}, true), 0);
+    EXPECT_EQ(r.messages().mid(0, 2), (QStringList{"first", "seen"}));
+}
+
+TEST(CommandRunner, GrantedAuthorizationRunsNamedOperationsThroughTheHelper) {
+    if (!rf_test::is_root()) GTEST_SKIP() << "the program believes only a helper that runs as root";
+    Runner r;
+    QString const made = QString::fromStdString(r.scratch / "root/Library/Spotlight/made by helper");
     ASSERT_TRUE(r.runner.authenticate());
-    EXPECT_EQ(r.runner.launchRootApp(QStringLiteral("/bin/mkdir"), QStringList{made}), 0);
+    EXPECT_EQ(r.runner.launchRootApp(QStringLiteral("/bin/mkdir"), QStringList{"-p", "--", made}), 0);
     EXPECT_TRUE(QDir(made).exists());
     EXPECT_EQ(r.runner.launchRootApp(QStringLiteral("/usr/bin/id"), std::nullopt), -60005);
     QStringList const lines = r.messages();
-    EXPECT_TRUE(lines.contains(QStringLiteral("Running as admin: /bin/mkdir ") + made + QStringLiteral(" Result: 0")));
+    EXPECT_TRUE(lines.contains(QStringLiteral("Running as admin: /bin/mkdir -p -- ") + made + QStringLiteral(" Result: 0")));
     EXPECT_TRUE(lines.contains(QStringLiteral("Failed to authenticate: /usr/bin/id Result: -60005")));
     EXPECT_TRUE(lines.contains(QStringLiteral("Running as admin: /usr/bin/id  Result: -60005")));
     EXPECT_EQ(lines.count(QStringLiteral("Authenticate")), 1);
 }
 
+TEST(CommandRunner, AHelperThatDiedIsStartedAgain) {
+    if (!rf_test::is_root()) GTEST_SKIP() << "the program believes only a helper that runs as root";
+    Runner r;
+    ASSERT_TRUE(r.runner.authenticate());
+    // End every helper this process started.
+    for (QString const& process : QDir(QStringLiteral("/proc")).entryList(QDir::Dirs)) {
+        QFile stat(QStringLiteral("/proc/") + process + QStringLiteral("/stat"));
+        if (!process.front().isDigit() || !stat.open(QIODevice::ReadOnly)) continue;
+        QList<QByteArray> const fields = stat.readAll().split(' ');
+        if (fields.size() > 3 && fields[1].startsWith("(rf-privileged") && fields[3].toInt() == getpid())
+            kill(process.toInt(), SIGKILL);
+    }
+    QString const made = QString::fromStdString(r.scratch / "root/Library/Spotlight/after");
+    for (int i = 0; i < 100 && r.runner.launchRootApp(QStringLiteral("/bin/mkdir"), QStringList{"-p", "--", made}) != 0; ++i)
+        usleep(10000);
+    EXPECT_TRUE(QDir(made).exists());
+    QStringList const lines = r.messages();
+    EXPECT_EQ(lines.count(QStringLiteral("Authenticate")), 2);
+    EXPECT_TRUE(lines.contains(QStringLiteral("The privileged helper has ended; asking for administrator rights again")));
+}
+
 TEST(SystemLogLaunch, SameRulesWithoutAController) {
-    rf_test::ScopedEnv refuse("RF_ELEVATE", "false");
+    rf_test::ScopedEnv refuse("RF_ELEVATE", "/bin/false");
     EXPECT_EQ(launchApplication(QStringLiteral("/bin/sh"), QStringList{"-c", "exit 2"}), 2);
     EXPECT_EQ(authenticate(rf_test::helperPath()), nullptr);
     // No handle and a refused prompt: nothing runs, and that counts as launched.
     EXPECT_EQ(launchApplicationAsRoot(nullptr, rf_test::helperPath(), QStringLiteral("/bin/rm"), std::nullopt), 0);
+    if (!rf_test::is_root()) return;
 
-    rf_test::ScopedEnv direct("RF_ELEVATE", "");
+    rf_test::ScopedEnv asRoot("RF_ELEVATE", nullptr);
     AuthorizationRef granted = authenticate(rf_test::helperPath());
     ASSERT_NE(granted, nullptr);
     EXPECT_EQ(launchApplicationAsRoot(granted, rf_test::helperPath(), QStringLiteral("/usr/bin/id"), std::nullopt), -60005);

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <QDir>
 #include <QFile>
 
 #include <filesystem>
@@ -21,11 +22,11 @@ namespace {
 
 // File operations whose administrator attempts are refused, so every run is the user's own.
 struct Files {
-    rf_test::ScopedEnv refuse{"RF_ELEVATE", "false"};
+    rf_test::ScopedEnv refuse{"RF_ELEVATE", "/bin/false"};
     Scratch scratch;
     InstallerLog log{SystemRoot(QString::fromStdString(scratch / "root"), QStringLiteral("/home/u"))};
-    CommandRunner runner{log, {QString::fromStdString(scratch / "resources"), rf_test::helperPath()}};
-    FileOperations files{runner, log, ToolTable(rf_test::bundleResources())};
+    CommandRunner runner{log, {QString::fromStdString(scratch / "resources"), rf_test::helperPath(), rf_test::bundleResources(), SystemRoot()}};
+    FileOperations files{runner, log};
 
     QString at(std::string const& relative) const { return QString::fromStdString(scratch / relative); }
     QStringList messages() const { return rf_test::logMessages(log.path()); }
@@ -45,15 +46,15 @@ TEST(FileOperations, RemoveUnlocksThenRemovesFilesAndFolders) {
     EXPECT_FALSE(f.files.removeFile(tree));
     EXPECT_FALSE(fs::exists(f.scratch / "tree"));
     EXPECT_EQ(f.messages(), (QStringList{"Remove File: " + tree, "Unlock Dir: " + tree,
-                                         "Running as user: /usr/bin/chattr -R -i " + tree + " Result: 0",
-                                         "Running as user: /bin/rm -rf " + tree + " Result: 0"}));
+                                         "Running as user: " + rf_test::bundleResources() + "/rf-unlock -R -- " + tree + " Result: 0",
+                                         "Running as user: /bin/rm -rf -- " + tree + " Result: 0"}));
 }
 
 TEST(FileOperations, RemoveOfNothingRunsNothing) {
     Files f;
     EXPECT_FALSE(f.files.removeFile(f.at("missing")));
     EXPECT_TRUE(f.files.removeFile(QString()));
-    EXPECT_EQ(f.messages(), (QStringList{"Remove File: " + f.at("missing"), "Remove File: "}));
+    EXPECT_EQ(f.messages(), (QStringList{"Remove File: " + f.at("missing"), "Remove File: (null)"}));
 }
 
 TEST(FileOperations, RemoveOfALockedFile) {
@@ -70,7 +71,7 @@ TEST(FileOperations, RenameAndCopyCheckTheirSources) {
     EXPECT_TRUE(f.files.renameFile(f.at("a"), QString()));
     EXPECT_TRUE(f.files.renameFile(f.at("missing"), f.at("b")));
     EXPECT_TRUE(f.files.copyPath(f.at("missing"), f.at("b")));
-    EXPECT_EQ(f.messages(), (QStringList{"Rename File: " + f.at("a") + " -> ",
+    EXPECT_EQ(f.messages(), (QStringList{"Rename File: " + f.at("a") + " -> (null)",
                                          "Rename File: " + f.at("missing") + " -> " + f.at("b"),
                                          "rename: source path does not exist: " + f.at("missing"),
                                          "Copy: " + f.at("missing") + " -> " + f.at("b"),
@@ -95,7 +96,7 @@ TEST(FileOperations, CopyMergesIntoTheDestinationAndMakesParents) {
     EXPECT_EQ(mode(f.scratch / "dst/new.txt"), 0640);
     EXPECT_FALSE(f.files.copyPath(f.at("src/new.txt"), f.at("made/for/it/new.txt")));
     EXPECT_EQ(read_file(f.scratch / "made/for/it/new.txt"), "new");
-    EXPECT_TRUE(f.messages().contains("Running as user: " + rf_test::bundleResources() + "/rf-ditto -rsrcFork " +
+    EXPECT_TRUE(f.messages().contains("Running as user: " + rf_test::bundleResources() + "/rf-ditto -rsrcFork -- " +
                                       f.at("src") + " " + f.at("dst") + " Result: 0"));
 }
 
@@ -117,7 +118,7 @@ TEST(FileOperations, ChmodPassesTheModeAsWritten) {
     EXPECT_FALSE(f.files.chmod(f.at("f"), QStringLiteral("u=rw,go=")));
     EXPECT_EQ(mode(f.scratch / "f"), 0600);
     EXPECT_TRUE(f.files.chmod(f.at("f"), QString()));
-    EXPECT_TRUE(f.messages().contains("Running as user: /bin/chmod u=rw,go= " + f.at("f") + " Result: 0"));
+    EXPECT_TRUE(f.messages().contains("Running as user: /bin/chmod -- u=rw,go= " + f.at("f") + " Result: 0"));
 }
 
 TEST(FileOperations, SymLinkNeedsItsSource) {
@@ -146,13 +147,26 @@ TEST(FileOperations, AliasAnswersTrueOnSuccess) {
                                   "makeAliasTarget: [" + f.at("missing") + "] [" + f.at("alias2") + "] Error code: -43"}));
 }
 
-TEST(ToolTable, OperandsFillWholeArgumentsAndResourcesAreFound) {
-    ToolTable const tools(QStringLiteral("/res"));
-    // Operands are never read as patterns: a path holding "{2}" or "%1" stays as it is.
-    EXPECT_EQ(tools.call(FileTool::copy, QStringLiteral("/a {2} %1"), QStringLiteral("/b")),
-              (ToolCall{"/res/rf-ditto", {"-rsrcFork", "/a {2} %1", "/b"}}));
-    EXPECT_EQ(tools.call(FileTool::chmod, QStringLiteral("/f"), QStringLiteral("755")),
-              (ToolCall{"/bin/chmod", {"755", "/f"}}));
-    for (ToolRow const& row : ToolTable::rows())
-        EXPECT_TRUE(QString::fromLatin1(row.tool).startsWith(QLatin1Char('/')) || row.tool[0] == '@') << row.tool;
+TEST(FileOperations, UnlockingPassesLinksOverSoRemovingAsksForNothing) {
+    Files f;
+    f.scratch.write("tree/file", "x");
+    fs::create_symlink("/etc/passwd", f.scratch / "tree/to a root file");
+    fs::create_symlink("file", f.scratch / "tree/dangling or not");
+    EXPECT_FALSE(f.files.unlockDir(f.at("tree")));
+    EXPECT_FALSE(f.files.removeFile(f.at("tree")));
+    EXPECT_FALSE(fs::exists(f.scratch / "tree"));
+    EXPECT_FALSE(f.messages().contains(QStringLiteral("Authenticate")));
+}
+
+TEST(FileOperations, AnOperandBeginningWithADashIsNeverAnOption) {
+    Files f;
+    f.scratch.write("-rf/inside", "x");
+    f.scratch.write("-v", "x");
+    QString const previous = QDir::currentPath();
+    QDir::setCurrent(f.at(""));
+    EXPECT_FALSE(f.files.removeFile(QStringLiteral("-rf")));
+    EXPECT_FALSE(f.files.chmod(QStringLiteral("-v"), QStringLiteral("600")));
+    QDir::setCurrent(previous);
+    EXPECT_FALSE(fs::exists(f.scratch / "-rf"));
+    EXPECT_EQ(mode(f.scratch / "-v"), 0600);
 }

@@ -1,132 +1,289 @@
+// The privileged helper attacked through its channel, with the test's own rights: whatever
+// user it runs as, it does nothing outside its policy.
 #include <gtest/gtest.h>
 #include <fcntl.h>
 #include <spawn.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <QDir>
-#include <QFile>
 
+#include <atomic>
+#include <fstream>
 #include <filesystem>
+#include <thread>
 
-#include "privileged/helper_client.h"
 #include "privileged/helper_protocol.h"
 #include "tests/fixtures/privileged.h"
-#include "tests/fixtures/scratch.h"
+#include "tests/privileged/helper_fixture.h"
 
 using namespace Refloom;
-using rf_test::Scratch;
+using HelperProtocol::kDenied;
+using rf_test::HelperBundle;
 namespace fs = std::filesystem;
 
 namespace {
 
-// A copy of the helper in a bundle of the test's own, with a resource folder it controls.
-struct HelperBundle {
-    Scratch scratch;
-    rf_test::ScopedEnv direct{"RF_ELEVATE", ""};
-    std::string resources = scratch / "Test.app/Contents/Resources";
-    std::string helper = scratch / "Test.app/Contents/MacOS/rf-privileged-helper";
+int mode(std::string const& path) {
+    struct stat info;
+    return lstat(path.c_str(), &info) == 0 ? int(info.st_mode & 07777) : -1;
+}
 
-    HelperBundle() {
-        fs::create_directories(resources);
-        fs::create_directories(fs::path(helper).parent_path());
-        fs::copy_file(rf_test::helperPath().toStdString(), helper);
-        std::string ok = scratch.write("Test.app/Contents/Resources/ok.sh", "#!/bin/sh\necho \"ran $#: $1\"\n");
-        fs::permissions(ok, fs::perms::owner_all);
-        fs::create_symlink("/bin/sh", resources + "/escape");
-    }
-    std::unique_ptr<HelperClient> start() { return HelperClient::start(QString::fromStdString(helper), {}); }
-};
+// Starts the helper on a socket pair of the test's own, answering the helper's end.
+pid_t spawnRaw(std::string const& helper, int channel) {
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, channel, 0);
+    posix_spawn_file_actions_adddup2(&actions, channel, 1);
+    pid_t pid = -1;
+    char* argv[] = {const_cast<char*>(helper.c_str()), nullptr};
+    posix_spawn(&pid, helper.c_str(), &actions, nullptr, argv, nullptr);
+    posix_spawn_file_actions_destroy(&actions);
+    return pid;
+}
 
 } // namespace
 
-TEST(PrivilegedHelper, RunsOnlyTableToolsAndItsOwnResources) {
+TEST(PrivilegedHelper, RefusesEveryRequestOutsideItsPolicy) {
     HelperBundle b;
-    auto client = b.start();
-    ASSERT_TRUE(client);
+    fs::create_symlink(b.outside + "/secret", b.spotlight + "/link");
+    fs::create_symlink(b.outside, b.spotlight + "/folder link");
+    b.scratch.write("root/Library/Spotlight/own", "mine");
+    std::string const before = b.outsideState();
+    auto helper = b.start();
+    ASSERT_TRUE(helper);
     struct Case {
-        std::string tool;
-        int status;
+        FileTool operation;
+        std::vector<std::string> operands;
     };
     Case const cases[] = {
-        {b.resources + "/ok.sh", 0},
-        {"/bin/rm", 0},
-        {"bin/rm", HelperProtocol::kDenied},
-        {"/usr/bin/id", HelperProtocol::kDenied},
-        {"/bin//rm", HelperProtocol::kDenied},
-        {"/bin/./rm", HelperProtocol::kDenied},
-        {b.resources + "/../../../../../../bin/sh", HelperProtocol::kDenied},
-        {b.resources + "/escape", HelperProtocol::kDenied},  // a link out of the resources
-        {b.resources + "/missing.sh", HelperProtocol::kDenied},
-        {b.resources, HelperProtocol::kDenied},
+        {FileTool::remove_file, {b.outside + "/secret"}},
+        {FileTool::remove_folder, {b.spotlight}},  // a root itself
+        {FileTool::remove_folder, {b.spotlight + "/../../outside"}},
+        {FileTool::remove_folder, {b.spotlight + "/folder link/"}},  // a trailing slash would follow
+        {FileTool::remove_file, {b.spotlight + "//own"}},
+        {FileTool::remove_file, {"Library/Spotlight/own"}},
+        {FileTool::chmod, {b.spotlight + "/link", "777"}},  // never through a link
+        {FileTool::chmod, {b.spotlight + "/folder link/secret", "777"}},
+        {FileTool::unlock_dir, {b.spotlight + "/folder link"}},
+        {FileTool::copy, {b.spotlight + "/own", b.outside + "/copied"}},
+        {FileTool::copy, {b.spotlight + "/own", b.spotlight + "/folder link/secret"}},
+        {FileTool::rename, {b.spotlight + "/own", b.outside + "/moved"}},
+        {FileTool::make_dir, {b.outside + "/made"}},
+        {FileTool::sym_link, {"/etc/shadow", b.spotlight + "/new link"}},
+        {FileTool::change_owner_tree, {b.spotlight}},  // not an owner root
+        {FileTool::remove_file, {b.root + "/Library/Addin.bundle.old"}},  // not a shipped name
+        {FileTool::run_script, {"sh", "-c", "touch " + b.outside + "/pwned"}},  // no general tools
+        {FileTool::run_script, {"../../../../bin/sh"}},
+        {FileTool::run_script, {"rf-ditto", "-rsrcFork", "--", "/etc", b.outside + "/etc"}},  // not listed
+        {FileTool::run_patch, {"-d", b.outside, "-i", b.resources + "/Patchfile.patch"}},
+        {FileTool::run_patch, {"-d", b.product, "-i", b.outside + "/secret"}},
+        {FileTool::run_patch, {"-d", b.product, "-i", b.resources + "/Patchfile.patch", "-x"}},
+        {FileTool::chmod, {b.spotlight + "/own"}},  // an operand short
     };
-    for (Case const& c : cases)
-        EXPECT_EQ(client->run(QString::fromStdString(c.tool), {}).status, c.status) << c.tool;
-    EXPECT_EQ(client->run(QString::fromStdString(b.resources + "/ok.sh"), {"a b"}).output, QByteArray("ran 1: a b\n"));
+    for (Case const& c : cases) {
+        HelperClient::Result const result = helper->run({c.operation, c.operands});
+        EXPECT_EQ(result.status, kDenied) << int(c.operation) << " " << c.operands.front();
+        EXPECT_TRUE(result.output.startsWith("refused: ")) << result.output.toStdString();
+    }
+    EXPECT_EQ(b.outsideState(), before);
+    EXPECT_TRUE(fs::exists(b.spotlight + "/own"));
+    EXPECT_TRUE(fs::is_symlink(b.spotlight + "/link"));
 }
 
-TEST(PrivilegedHelper, PassesArgumentsLiterallyWithoutAShell) {
+TEST(PrivilegedHelper, CarriesOutEachOperationInsideItsPolicy) {
     HelperBundle b;
-    auto client = b.start();
-    ASSERT_TRUE(client);
-    std::string const name = "a b;$(touch pwned) `touch pwned2`\n'q\"|&>x";
-    QString const folder = QString::fromStdString(b.scratch / name);
-    ASSERT_EQ(client->run(QStringLiteral("/bin/mkdir"), {QStringLiteral("-p"), folder}).status, 0);
-    EXPECT_TRUE(fs::is_directory(b.scratch / name));
-    EXPECT_FALSE(fs::exists(b.scratch / "pwned"));
-    EXPECT_FALSE(fs::exists("pwned"));
-    EXPECT_FALSE(fs::exists("pwned2"));
-    EXPECT_FALSE(fs::exists(b.scratch / "x"));
+    auto helper = b.start();
+    ASSERT_TRUE(helper);
+    auto ok = [&](FileTool operation, std::vector<std::string> const& operands) {
+        HelperClient::Result const result = helper->run({operation, operands});
+        EXPECT_EQ(result.status, 0) << int(operation) << " " << result.output.toStdString();
+        return result.output;
+    };
+    std::string const deep = b.spotlight + "/a/b c";
+    ok(FileTool::make_dir, {deep});
+    ok(FileTool::copy, {b.resources + "/ok.sh", deep});  // a file onto a folder goes into it
+    ok(FileTool::chmod, {deep + "/ok.sh", "600"});
+    EXPECT_EQ(mode(deep + "/ok.sh"), 0600);
+    ok(FileTool::rename, {deep + "/ok.sh", deep + "/renamed"});
+    ok(FileTool::sym_link, {deep + "/renamed", b.spotlight + "/link"});
+    EXPECT_EQ(fs::read_symlink(b.spotlight + "/link"), deep + "/renamed");
+    ok(FileTool::unlock_dir, {b.spotlight + "/a"});
+    ok(FileTool::remove_file, {b.spotlight + "/link"});  // the link itself
+    EXPECT_TRUE(fs::exists(deep + "/renamed"));
+    ok(FileTool::remove_folder, {b.spotlight + "/a"});
+    EXPECT_FALSE(fs::exists(b.spotlight + "/a"));
+    ok(FileTool::copy, {b.resources + "/ok.sh", b.product + "/Product-Support/ok.sh"});
+    fs::create_directories(b.root + "/Library/Word");
+    ok(FileTool::copy, {b.resources + "/ok.sh", b.root + "/Library/Word/Addin.bundle"});
+    EXPECT_TRUE(fs::exists(b.root + "/Library/Word/Addin.bundle"));
+    if (geteuid() == 0) {
+        std::string const owned = b.root + "/Library/Owned/Ext";
+        fs::create_directories(owned);
+        b.scratch.write("root/Library/Owned/Ext/f.json", "{}");
+        ASSERT_EQ(lchown((owned + "/f.json").c_str(), 65534, 65534), 0);
+        ok(FileTool::change_owner_tree, {owned});
+        struct stat info;
+        ASSERT_EQ(lstat((owned + "/f.json").c_str(), &info), 0);
+        EXPECT_EQ(info.st_uid, 0u);  // the walk went inside
+    }
+    EXPECT_EQ(ok(FileTool::run_script, {"ok.sh", "a b"}), QByteArray("ran 1: a b\n"));
+    // The patch tool runs on a copy of the product, with the bundle's own patch (which this
+    // dummy is not, so the tool itself says no; the launch is what counts here).
+    QByteArray const patched = ok(FileTool::run_patch, {"-d", b.product, "-i", b.resources + "/Patchfile.patch", "-n"});
+    EXPECT_FALSE(patched.startsWith("refused"));
 }
 
-TEST(PrivilegedHelper, RunsWithACleanEnvironment) {
+TEST(PrivilegedHelper, RunsOnlyScriptsWhoseHashIsListedAndNobodyElseMayChange) {
     HelperBundle b;
-    rf_test::ScopedEnv secret("RF_SECRET", "leaked");
-    std::string env = b.scratch.write("Test.app/Contents/Resources/env.sh", "#!/bin/sh\nenv\n");
-    fs::permissions(env, fs::perms::owner_all);
-    auto client = b.start();
-    ASSERT_TRUE(client);
-    QByteArray const output = client->run(QString::fromStdString(env), {}).output;
-    EXPECT_FALSE(output.contains("RF_SECRET"));
-    EXPECT_TRUE(output.contains("PATH=/usr/sbin:/usr/bin:/sbin:/bin"));
+    {
+        auto helper = b.start();
+        ASSERT_TRUE(helper);
+        b.scratch.write("Test.app/Contents/Resources/ok.sh", "#!/bin/sh\ntouch " + b.outside + "/pwned\n");
+        EXPECT_EQ(helper->run({FileTool::run_script, {"ok.sh"}}).status, kDenied);
+    }
+    b.writePolicy({"ok.sh"});
+    fs::permissions(b.resources + "/ok.sh", fs::perms::group_write, fs::perm_options::add);
+    auto helper = b.start();
+    ASSERT_TRUE(helper);
+    EXPECT_EQ(helper->run({FileTool::run_script, {"ok.sh"}}).status, kDenied);
+    EXPECT_FALSE(fs::exists(b.outside + "/pwned"));
+    // A policy that others may change is no policy: the helper does not start.
+    fs::permissions(b.contents + "/helper-policy", fs::perms::others_write, fs::perm_options::add);
+    EXPECT_FALSE(b.start());
 }
 
-TEST(PrivilegedHelper, EndsWhenItsPipeClosesOrTheRequestIsMalformed) {
+TEST(PrivilegedHelper, ALinkFlippedDuringItsChecksIsNeverFollowed) {
     HelperBundle b;
-    for (bool malformed : {false, true}) {
-        int to[2], from[2];
-        ASSERT_EQ(pipe(to), 0);
-        ASSERT_EQ(pipe(from), 0);
-        posix_spawn_file_actions_t actions;
-        posix_spawn_file_actions_init(&actions);
-        posix_spawn_file_actions_adddup2(&actions, to[0], 0);
-        posix_spawn_file_actions_adddup2(&actions, from[1], 1);
-        posix_spawn_file_actions_addclose(&actions, to[1]);
-        posix_spawn_file_actions_addclose(&actions, from[0]);
-        pid_t pid;
-        char* argv[] = {b.helper.data(), nullptr};
-        ASSERT_EQ(posix_spawn(&pid, b.helper.c_str(), &actions, nullptr, argv, nullptr), 0);
-        posix_spawn_file_actions_destroy(&actions);
-        close(to[0]);
-        close(from[1]);
-        if (malformed) {
-            std::uint32_t const tooMany = HelperProtocol::kMaxArguments + 1;
-            ASSERT_EQ(write(to[1], &tooMany, sizeof tooMany), ssize_t(sizeof tooMany));
+    std::string const flip = b.spotlight + "/flip";
+    b.scratch.write("root/outside/f", "outside");
+    fs::permissions(b.outside + "/f", fs::perms::owner_read);
+    std::string const before = b.outsideState();
+    auto helper = b.start();
+    ASSERT_TRUE(helper);
+    std::atomic<bool> done = false;
+    std::thread flipper([&] {
+        fs::path const folder = b.spotlight + "/real", link = b.spotlight + "/link";
+        fs::create_directories(folder);
+        std::ofstream((folder / "f").string()) << "inside";
+        fs::create_symlink(b.outside, link);
+        while (!done) {
+            rename(folder.c_str(), flip.c_str());
+            rename(flip.c_str(), folder.c_str());
+            rename(link.c_str(), flip.c_str());
+            rename(flip.c_str(), link.c_str());
         }
-        close(to[1]);
+    });
+    for (int i = 0; i < 3000; ++i) {
+        helper->run({FileTool::chmod, {flip + "/f", "777"}});
+        helper->run({FileTool::copy, {b.resources + "/ok.sh", flip + "/f"}});
+    }
+    done = true;
+    flipper.join();
+    EXPECT_EQ(b.outsideState(), before);
+}
+
+TEST(PrivilegedHelper, ItsChannelCannotBeReachedThroughProc) {
+    HelperBundle b;
+    auto helper = b.start();
+    ASSERT_TRUE(helper);
+    // A second process of the same user tries every socket this process holds, as an attacker
+    // would try the client's end of the channel.
+    std::string const fds = "/proc/" + std::to_string(getpid()) + "/fd";
+    pid_t const child = fork();
+    if (child == 0) {
+        int opened = 0;
+        for (auto const& entry : fs::directory_iterator(fds)) {
+            std::error_code error;
+            if (fs::read_symlink(entry.path(), error).string().starts_with("socket:")) {
+                int fd = open(entry.path().c_str(), O_WRONLY);
+                if (fd >= 0) ++opened;
+            }
+        }
+        _exit(opened);
+    }
+    int status = -1;
+    waitpid(child, &status, 0);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "a socket was opened through /proc";
+    EXPECT_EQ(helper->run({FileTool::make_dir, {b.spotlight + "/still"}}).status, 0);
+}
+
+TEST(PrivilegedHelper, AnythingButWholeFramesInTurnEndsIt) {
+    HelperBundle b;
+    std::string const request = *HelperProtocol::encodeRequest(1, {FileTool::make_dir, {b.spotlight + "/x"}});
+    std::string const later = *HelperProtocol::encodeRequest(2, {FileTool::make_dir, {b.spotlight + "/y"}});
+    std::string const skipped = *HelperProtocol::encodeRequest(5, {FileTool::make_dir, {b.spotlight + "/z"}});
+    std::uint32_t const tooLong = HelperProtocol::kMaxRequest + 1;
+    std::string const cases[] = {
+        std::string(reinterpret_cast<char const*>(&tooLong), 4),  // a frame over the limit
+        skipped,                                                  // out of turn
+        request.substr(0, request.size() - 3) + later,            // a short body swallowing the next
+    };
+    for (std::string const& attack : cases) {
+        int ends[2];
+        ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);
+        pid_t const pid = spawnRaw(b.helper, ends[1]);
+        close(ends[1]);
+        std::string greeting;
+        ASSERT_TRUE(HelperProtocol::readFrame(ends[0], greeting, 64));
+        bool const framed = &attack != &cases[0];
+        if (framed) HelperProtocol::writeFrame(ends[0], attack);
+        else ASSERT_EQ(write(ends[0], attack.data(), attack.size()), ssize_t(attack.size()));
         int status = -1;
         ASSERT_EQ(waitpid(pid, &status, 0), pid);
-        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
-        char line[64] = {};
-        EXPECT_GT(read(from[0], line, sizeof line - 1), 0);
-        EXPECT_STREQ(line, HelperProtocol::kReady);  // and nothing after it
-        close(from[0]);
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) != 0) << status;
+        char more;
+        EXPECT_EQ(read(ends[0], &more, 1), 0);  // no reply to anything
+        close(ends[0]);
     }
+    EXPECT_TRUE(QDir(QString::fromStdString(b.spotlight)).isEmpty());
+    // Nor does it talk over anything but a socket pair.
+    int pipes[2];
+    ASSERT_EQ(pipe(pipes), 0);
+    pid_t const pid = spawnRaw(b.helper, pipes[1]);
+    close(pipes[1]);
+    char byte;
+    EXPECT_EQ(read(pipes[0], &byte, 1), 0);
+    waitpid(pid, nullptr, 0);
+    close(pipes[0]);
 }
 
-TEST(PrivilegedHelper, RefusedElevationStartsNothing) {
-    rf_test::ScopedEnv refuse("RF_ELEVATE", "false");
-    EXPECT_FALSE(HelperClient::start(rf_test::helperPath(), {}));
-    rf_test::ScopedEnv missing("RF_ELEVATE", "/no/such/elevation");
-    EXPECT_FALSE(HelperClient::start(rf_test::helperPath(), {}));
+TEST(PrivilegedHelper, AnOverLongArgumentIsNeverSentAndTheNextRequestStandsAlone) {
+    HelperBundle b;
+    auto helper = b.start();
+    ASSERT_TRUE(helper);
+    std::string const tooLong = b.spotlight + "/" + std::string(HelperProtocol::kMaxString, 'x');
+    EXPECT_EQ(helper->run({FileTool::chmod, {tooLong, "700"}}).status, kDenied);
+    EXPECT_EQ(helper->run({FileTool::make_dir, {b.spotlight + "/next"}}).status, 0);
+    EXPECT_TRUE(fs::is_directory(b.spotlight + "/next"));
+    EXPECT_EQ(QDir(QString::fromStdString(b.spotlight)).entryList(QDir::NoDotAndDotDot | QDir::AllEntries),
+              QStringList{"next"});
+}
+
+TEST(PrivilegedHelper, AFifoInPlaceOfAnInfoPlistIsRefusedAtOnce) {
+    HelperBundle b;
+    std::string const plist = b.product + "/Refloom 2025.APP/Contents/Info.plist";
+    fs::remove(plist);
+    ASSERT_EQ(mkfifo(plist.c_str(), 0644), 0);
+    auto helper = b.start();
+    ASSERT_TRUE(helper);
+    EXPECT_EQ(helper->run({FileTool::run_patch, {"-d", b.product, "-i", b.resources + "/Patchfile.patch"}}).status, kDenied);
+}
+
+TEST(PrivilegedHelper, IsBelievedOnlyWhenItRunsAsRoot) {
+    rf_test::ScopedEnv relative("RF_ELEVATE", "sudo -n");
+    EXPECT_FALSE(HelperClient::start(rf_test::helperPath(), {}, {}).client);
+    rf_test::ScopedEnv empty("RF_ELEVATE", "");
+    HelperClient::Started const started = HelperClient::start(rf_test::helperPath(), {}, {});
+    EXPECT_FALSE(started.client);
+    EXPECT_TRUE(started.whyNot.contains("absolute path")) << started.whyNot.toStdString();
+    rf_test::ScopedEnv refuse("RF_ELEVATE", "/bin/false");
+    EXPECT_FALSE(HelperClient::start(rf_test::helperPath(), {}, {}).client);
+    if (geteuid() != 0) {
+        // Started with the user's own rights, it says so, and is not believed.
+        rf_test::ScopedEnv asUser("RF_ELEVATE", "/usr/bin/env");
+        EXPECT_FALSE(HelperClient::start(rf_test::helperPath(), {}, {}).client);
+    }
 }

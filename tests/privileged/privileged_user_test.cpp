@@ -1,12 +1,17 @@
 // Run by run_as_user.sh as an unprivileged user who may start only the helper, through
 // "sudo -n", against folders that belong to root.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 
 #include <filesystem>
+#include <atomic>
+#include <fstream>
+#include <thread>
 
 #include "privileged/file_operations.h"
 #include "tests/fixtures/log_lines.h"
@@ -21,48 +26,176 @@ namespace {
 struct AsUser {
     QString sandbox = qEnvironmentVariable("RF_PRIVILEGED_SANDBOX");
     QString helper = qEnvironmentVariable("RF_PRIVILEGED_HELPER");
+    QString root = sandbox + QStringLiteral("/root");
+    QString spotlight = root + QStringLiteral("/Library/Spotlight");
+    QString outside = root + QStringLiteral("/outside");
+    QString test = QString::fromLatin1(::testing::UnitTest::GetInstance()->current_test_info()->name());
     // A log of each test's own.
-    InstallerLog log{SystemRoot(sandbox + QStringLiteral("/log"),
-                                QLatin1Char('/') + QString::fromLatin1(::testing::UnitTest::GetInstance()->current_test_info()->name()))};
-    CommandRunner runner{log, {sandbox, helper}};
-    FileOperations files{runner, log, ToolTable(QFileInfo(helper).path() + QStringLiteral("/../Resources"))};
+    InstallerLog log{SystemRoot(sandbox + QStringLiteral("/log"), QLatin1Char('/') + test)};
+    QString resources = QDir::cleanPath(QFileInfo(helper).path() + QStringLiteral("/../Resources"));
+    CommandRunner runner{log, {resources, helper, resources, SystemRoot(root, QStringLiteral("/home/u"))}};
+    FileOperations files{runner, log};
 
     QStringList messages() const { return rf_test::logMessages(log.path()); }
+    // A file of the user's own, to copy from.
+    QString userFile() const {
+        QString const path = sandbox + QStringLiteral("/log/") + test + QStringLiteral(".txt");
+        std::ofstream(path.toStdString()) << "the user's";
+        return path;
+    }
+    // Everything below root's outside folder: names, modes, owners and contents.
+    std::string outsideState() const {
+        std::string state;
+        for (auto const& entry : fs::recursive_directory_iterator(outside.toStdString())) {
+            struct stat info;
+            lstat(entry.path().c_str(), &info);
+            state += entry.path().string() + " " + std::to_string(info.st_mode) + " " + std::to_string(info.st_uid) + "\n";
+        }
+        return state;
+    }
 };
 
 bool runByTheScript() { return geteuid() != 0 && qEnvironmentVariableIsSet("RF_PRIVILEGED_SANDBOX"); }
 
+int mode(QString const& path) {
+    struct stat info;
+    return lstat(QFile::encodeName(path).constData(), &info) == 0 ? int(info.st_mode & 07777) : -1;
+}
+
 } // namespace
 
+#define SKIP_UNLESS_RUN_BY_THE_SCRIPT() \
+    if (!runByTheScript()) GTEST_SKIP() << "run by run_as_user.sh as an unprivileged user"
+
 TEST(AsUnprivilegedUser, LockedRootFolderIsRemovedAsAdministratorAfterOnePrompt) {
-    if (!runByTheScript()) GTEST_SKIP() << "run by run_as_user.sh as an unprivileged user";
-    rf_test::ScopedEnv elevate("RF_ELEVATE", "sudo -n");
+    SKIP_UNLESS_RUN_BY_THE_SCRIPT();
+    rf_test::ScopedEnv elevate("RF_ELEVATE", "/usr/bin/sudo -n");
     AsUser u;
-    QString const locked = u.sandbox + QStringLiteral("/root-owned/locked folder");
-    QString const other = u.sandbox + QStringLiteral("/root-owned/second");
-    ASSERT_TRUE(fs::exists(locked.toStdString()));
+    QString const locked = u.spotlight + QStringLiteral("/locked folder");
+    QString const other = u.spotlight + QStringLiteral("/second");
+    ASSERT_TRUE(QFileInfo::exists(locked));
     EXPECT_FALSE(u.files.removeFile(locked));
-    EXPECT_FALSE(fs::exists(locked.toStdString()));
+    EXPECT_FALSE(QFileInfo::exists(locked));
     EXPECT_FALSE(u.files.removeFile(other));  // the same authorization, no second question
-    EXPECT_FALSE(fs::exists(other.toStdString()));
+    EXPECT_FALSE(QFileInfo::exists(other));
 
     QStringList const lines = u.messages();
     EXPECT_EQ(lines.count(QStringLiteral("Authenticate")), 1);
     EXPECT_TRUE(lines.contains(QStringLiteral("Authentication status :Succeeded")));
-    EXPECT_TRUE(lines.contains(QStringLiteral("Running as admin: /bin/rm -rf ") + locked + QStringLiteral(" Result: 0")));
-    EXPECT_FALSE(lines.filter(QStringLiteral("Running as user: /bin/rm -rf ") + locked + QStringLiteral(" Result: 0")).size());
+    EXPECT_TRUE(lines.contains(QStringLiteral("Running as admin: /bin/rm -rf -- ") + locked + QStringLiteral(" Result: 0")));
 }
 
 TEST(AsUnprivilegedUser, RefusedElevationCountsTheRetryAsDone) {
-    if (!runByTheScript()) GTEST_SKIP() << "run by run_as_user.sh as an unprivileged user";
-    rf_test::ScopedEnv refuse("RF_ELEVATE", "false");
+    SKIP_UNLESS_RUN_BY_THE_SCRIPT();
+    rf_test::ScopedEnv refuse("RF_ELEVATE", "/bin/false");
     AsUser u;
-    QString const kept = u.sandbox + QStringLiteral("/root-owned/kept");
+    QString const kept = u.spotlight + QStringLiteral("/kept");
     EXPECT_FALSE(u.files.removeFile(kept));  // reported done
-    EXPECT_TRUE(fs::exists(kept.toStdString()));  // but still there
-    EXPECT_FALSE(u.runner.authenticate());  // asks nothing more
+    EXPECT_TRUE(QFileInfo::exists(kept));    // but still there
+    EXPECT_FALSE(u.runner.authenticate());   // asks nothing more
     QStringList const lines = u.messages();
     EXPECT_EQ(lines.count(QStringLiteral("Authenticate")), 1);
     EXPECT_TRUE(lines.contains(QStringLiteral("Authentication status :Failed")));
     EXPECT_TRUE(lines.filter(QStringLiteral("Running as admin")).isEmpty());
+}
+
+TEST(AsUnprivilegedUser, AFakeElevationIsNeverBelieved) {
+    SKIP_UNLESS_RUN_BY_THE_SCRIPT();
+    std::string const bin = qEnvironmentVariable("RF_PRIVILEGED_SANDBOX").toStdString() + "/log/fake-bin";
+    std::string const marker = bin + "/ran";
+    fs::create_directories(bin);
+    // Tools named like the elevation tools, first in PATH, that run the helper as the user.
+    for (char const* name : {"pkexec", "sudo"}) {
+        std::ofstream(bin + "/" + name) << "#!/bin/sh\ntouch " << marker << "\n[ \"$1\" = -n ] && shift\nexec \"$@\"\n";
+        fs::permissions(bin + "/" + name, fs::perms::owner_all);
+    }
+    rf_test::ScopedEnv path("PATH", (bin + ":" + qEnvironmentVariable("PATH").toStdString()).c_str());
+    std::string const fakeSudo = bin + "/sudo -n";
+    char const* const elevations[] = {nullptr, "", "sudo -n", fakeSudo.c_str(), "/usr/bin/env"};
+    for (char const* elevation : elevations) {
+        rf_test::ScopedEnv elevate("RF_ELEVATE", elevation);
+        AsUser u;
+        QString const kept = u.spotlight + QStringLiteral("/kept");
+        EXPECT_FALSE(u.runner.authenticate()) << (elevation ? elevation : "(unset)");
+        EXPECT_FALSE(u.files.removeFile(kept));  // the refusal's usual "done"
+        EXPECT_TRUE(QFileInfo::exists(kept));
+        EXPECT_TRUE(u.messages().contains(QStringLiteral("Authentication status :Failed")));
+        EXPECT_TRUE(u.messages().filter(QStringLiteral("Running as admin")).isEmpty());
+    }
+    // Only the absolute fake was ever started, and it was not believed.
+    EXPECT_TRUE(fs::exists(marker));
+    fs::remove(marker);
+    {
+        rf_test::ScopedEnv elevate("RF_ELEVATE", nullptr);
+        AsUser u;
+        EXPECT_FALSE(u.runner.authenticate());
+    }
+    EXPECT_FALSE(fs::exists(marker));  // pkexec is taken by its absolute path, never from PATH
+}
+
+TEST(AsUnprivilegedUser, LinksAreNeverFollowedAsAdministrator) {
+    SKIP_UNLESS_RUN_BY_THE_SCRIPT();
+    rf_test::ScopedEnv elevate("RF_ELEVATE", "/usr/bin/sudo -n");
+    AsUser u;
+    std::string const before = u.outsideState();
+    QString const link = u.spotlight + QStringLiteral("/link");
+    QString const folderLink = u.spotlight + QStringLiteral("/folder link");
+    EXPECT_TRUE(u.files.chmod(link, QStringLiteral("777")));  // the helper refuses: failed
+    EXPECT_TRUE(u.files.chmod(folderLink + QStringLiteral("/secret"), QStringLiteral("777")));
+    EXPECT_TRUE(u.files.removeFile(folderLink + QStringLiteral("/")));
+    // A root file the user cannot read is no source.
+    EXPECT_TRUE(u.files.copyPath(u.outside + QStringLiteral("/secret"), u.spotlight + QStringLiteral("/stolen")));
+    EXPECT_FALSE(QFileInfo::exists(u.spotlight + QStringLiteral("/stolen")));
+    EXPECT_EQ(u.outsideState(), before);
+    EXPECT_EQ(mode(u.outside + QStringLiteral("/secret")), 0600);
+
+    // A link is only ever acted on as itself: replaced by a copy, replaced by a rename.
+    EXPECT_FALSE(u.files.copyPath(u.userFile(), link));
+    EXPECT_FALSE(QFileInfo(link).isSymLink());
+    EXPECT_FALSE(u.files.renameFile(u.spotlight + QStringLiteral("/movable"), folderLink));
+    EXPECT_FALSE(QFileInfo(folderLink).isSymLink());
+    EXPECT_EQ(u.outsideState(), before);
+    EXPECT_EQ(u.messages().count(QStringLiteral("Authenticate")), 1);
+}
+
+TEST(AsUnprivilegedUser, AnOverLongArgumentLeavesTheNextRequestIntact) {
+    SKIP_UNLESS_RUN_BY_THE_SCRIPT();
+    rf_test::ScopedEnv elevate("RF_ELEVATE", "/usr/bin/sudo -n");
+    AsUser u;
+    QStringList const before = QDir(u.spotlight).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::System);
+    QString const tooLong = u.spotlight + QLatin1Char('/') + QString(5000, QLatin1Char('x')) + QStringLiteral("\n");
+    EXPECT_EQ(u.runner.launchRootApp(QStringLiteral("/bin/chmod"), QStringList{"--", "700", tooLong}), -60005);
+    QString const target = u.spotlight + QStringLiteral("/target");
+    EXPECT_EQ(u.runner.launchRootApp(QStringLiteral("/bin/chmod"), QStringList{"--", "600", target}), 0);
+    EXPECT_EQ(mode(target), 0600);
+    EXPECT_EQ(QDir(u.spotlight).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::System), before);
+}
+
+TEST(AsUnprivilegedUser, ALinkFlippedDuringTheChecksIsNeverFollowed) {
+    SKIP_UNLESS_RUN_BY_THE_SCRIPT();
+    rf_test::ScopedEnv elevate("RF_ELEVATE", "/usr/bin/sudo -n");
+    AsUser u;
+    std::string const before = u.outsideState();
+    // In the user's own install root, "flip" is now a folder of the user's, now a link to root's.
+    fs::path const mine = (u.root + QStringLiteral("/home/u/Library/Spotlight")).toStdString();
+    fs::path const flip = mine / "flip", folder = mine / "real", link = mine / "link";
+    fs::create_directories(folder);
+    std::ofstream((folder / "secret").string()) << "mine";
+    fs::create_symlink(u.outside.toStdString(), link);
+    std::atomic<bool> done = false;
+    std::thread flipper([&] {
+        while (!done) {
+            rename(folder.c_str(), flip.c_str());
+            rename(flip.c_str(), folder.c_str());
+            rename(link.c_str(), flip.c_str());
+            rename(flip.c_str(), link.c_str());
+        }
+    });
+    QString const target = QString::fromStdString((flip / "secret").string());
+    for (int i = 0; i < 2000; ++i)
+        u.runner.launchRootApp(QStringLiteral("/bin/chmod"), QStringList{"--", "777", target});
+    done = true;
+    flipper.join();
+    EXPECT_EQ(u.outsideState(), before);
+    EXPECT_EQ(mode(u.outside + QStringLiteral("/secret")), 0600);
 }

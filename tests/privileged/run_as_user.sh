@@ -31,11 +31,22 @@ printf '%s ALL=(root) NOPASSWD: %s\n' "$user" "${helper// /\\ }" >"$sudoers"
 chmod 0440 "$sudoers"
 visudo -cf "$sudoers" >/dev/null
 
-# Root's folders: the user may look in but change nothing; one holds a locked file.
-mkdir -p "$sandbox/root-owned/locked folder/inner" "$sandbox/root-owned/second" "$sandbox/root-owned/kept" "$sandbox/log"
-touch "$sandbox/root-owned/locked folder/inner/file"
-chattr +i "$sandbox/root-owned/locked folder/inner/file" 2>/dev/null || true
-chmod 755 "$sandbox" "$sandbox/root-owned"
-chown "$user" "$sandbox/log"
+# The system root is the user's own folder (the helper takes no other); inside it, root's
+# folders that the user may look in but not change: an install root holding a locked folder
+# and links planted towards root's files outside every install root.
+root=$sandbox/root
+spotlight=$root/Library/Spotlight
+mkdir -p "$spotlight/locked folder/inner" "$spotlight/second" "$spotlight/kept" "$root/outside" "$sandbox/log"
+touch "$spotlight/locked folder/inner/file" "$spotlight/movable" "$spotlight/target"
+chattr +i "$spotlight/locked folder/inner/file" 2>/dev/null || true
+echo secret >"$root/outside/secret"
+chmod 600 "$root/outside/secret"
+ln -s ../../outside/secret "$spotlight/link"
+ln -s ../../outside "$spotlight/folder link"
+chmod 755 "$sandbox" "$root/Library" "$spotlight" "$root/outside"
+# The user's own install root (~/Library/Spotlight), where the user may plant and flip links.
+mkdir -p "$root/home/u/Library/Spotlight"
+chown "$user" "$sandbox" "$root" "$sandbox/log"
+chown -R "$user" "$root/home"
 
 runuser -u "$user" -- env RF_PRIVILEGED_SANDBOX="$sandbox" RF_PRIVILEGED_HELPER="$helper" HOME=/nonexistent "$tests"

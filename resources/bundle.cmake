@@ -1,0 +1,24 @@
+# The bundle's configuration, written by the build: Contents/Info.plist, and beside it the
+# privileged helper's policy, which lists the resource scripts it may run by their SHA-256.
+# A layer that ships a script calls rf_add_resource_script(NAME) before rf_write_bundle_files().
+
+set(RF_BUNDLE_IDENTIFIER "com.Veltmark.RefloomCustomizer")
+set(RF_PRODUCT_IDENTIFIER "com.Veltmark.Refloom2025")
+set(RF_PRODUCT_BUNDLE "Refloom 2025.app")
+
+# Copies resources/NAME into the bundle's resources and lists its hash in the helper's policy.
+function(rf_add_resource_script name)
+  set(source "${PROJECT_SOURCE_DIR}/resources/${name}")
+  configure_file("${source}" "${RF_BUNDLE_DIR}/Contents/Resources/${name}" COPYONLY)
+  file(SHA256 "${source}" hash)
+  set_property(GLOBAL APPEND PROPERTY RF_RESOURCE_SCRIPTS "script ${hash} ${name}")
+endfunction()
+
+function(rf_write_bundle_files)
+  get_property(scripts GLOBAL PROPERTY RF_RESOURCE_SCRIPTS)
+  list(JOIN scripts "\n" RF_POLICY_SCRIPTS)
+  configure_file("${PROJECT_SOURCE_DIR}/resources/Info.plist.in" "${RF_BUNDLE_DIR}/Contents/Info.plist" @ONLY)
+  configure_file("${PROJECT_SOURCE_DIR}/resources/helper-policy.in" "${RF_BUNDLE_DIR}/Contents/helper-policy" @ONLY)
+  # The helper refuses a policy others may change.
+  file(CHMOD "${RF_BUNDLE_DIR}/Contents/helper-policy" PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
+endfunction()
