@@ -1,21 +1,18 @@
 // The tool table of the Mac: the system's own tools, as the installer has always run them,
 // with "--" before the operands.
 #include "privileged/tool_rows.h"
+#include "privileged/tool_arguments.h"
 
 #include <array>
 
 namespace Refloom {
 namespace {
 
-constexpr std::array<char const*, 3> kRemoveFolder = {"-rf", "--", "{1}"};
-constexpr std::array<char const*, 3> kRemoveFile = {"-f", "--", "{1}"};
+using namespace ToolArguments;
+
 constexpr std::array<char const*, 3> kRename = {"--", "{1}", "{2}"};
-constexpr std::array<char const*, 4> kCopy = {"-rsrcFork", "--", "{1}", "{2}"};
 constexpr std::array<char const*, 3> kUnlockFile = {"--", "nouchg", "{1}"};
 constexpr std::array<char const*, 4> kUnlockDir = {"-R", "--", "nouchg", "{1}"};
-constexpr std::array<char const*, 3> kChmod = {"--", "{2}", "{1}"};
-constexpr std::array<char const*, 3> kMakeDir = {"-p", "--", "{1}"};
-constexpr std::array<char const*, 4> kSymLink = {"-s", "--", "{1}", "{2}"};
 constexpr std::array<char const*, 3> kChangeOwner = {"--", "root:wheel", "{1}"};
 constexpr std::array<char const*, 4> kChangeOwnerTree = {"-R", "--", "root:wheel", "{1}"};
 

@@ -4,21 +4,18 @@
 // twin here, and passes links over. "mv -T" renames onto the destination itself, never into a
 // folder (or a link to one) that happens to stand there.
 #include "privileged/tool_rows.h"
+#include "privileged/tool_arguments.h"
 
 #include <array>
 
 namespace Refloom {
 namespace {
 
-constexpr std::array<char const*, 3> kRemoveFolder = {"-rf", "--", "{1}"};
-constexpr std::array<char const*, 3> kRemoveFile = {"-f", "--", "{1}"};
+using namespace ToolArguments;
+
 constexpr std::array<char const*, 4> kRename = {"-T", "--", "{1}", "{2}"};
-constexpr std::array<char const*, 4> kCopy = {"-rsrcFork", "--", "{1}", "{2}"};
 constexpr std::array<char const*, 2> kUnlockFile = {"--", "{1}"};
 constexpr std::array<char const*, 3> kUnlockDir = {"-R", "--", "{1}"};
-constexpr std::array<char const*, 3> kChmod = {"--", "{2}", "{1}"};
-constexpr std::array<char const*, 3> kMakeDir = {"-p", "--", "{1}"};
-constexpr std::array<char const*, 4> kSymLink = {"-s", "--", "{1}", "{2}"};
 constexpr std::array<char const*, 3> kChangeOwner = {"--", "root:root", "{1}"};
 constexpr std::array<char const*, 4> kChangeOwnerTree = {"-R", "--", "root:root", "{1}"};
 

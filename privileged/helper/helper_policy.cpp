@@ -66,15 +66,20 @@ std::vector<std::string> Policy::place(std::vector<std::string> const& paths) co
     return placed;
 }
 
-bool Policy::inInstallRoots(std::string const& path, bool strictly) const {
-    return std::any_of(m_installRoots.begin(), m_installRoots.end(),
-                       [&](std::string const& root) { return isWithin(path, root, strictly); });
+namespace {
+
+bool withinAny(std::vector<std::string> const& folders, std::string const& path, bool strictly) {
+    return std::any_of(folders.begin(), folders.end(),
+                       [&](std::string const& folder) { return isWithin(path, folder, strictly); });
 }
 
-bool Policy::inOwnerRoots(std::string const& path) const {
-    return std::any_of(m_ownerRoots.begin(), m_ownerRoots.end(),
-                       [&](std::string const& root) { return isWithin(path, root, false); });
+} // namespace
+
+bool Policy::inInstallRoots(std::string const& path, bool strictly) const {
+    return withinAny(m_installRoots, path, strictly);
 }
+
+bool Policy::inOwnerRoots(std::string const& path) const { return withinAny(m_ownerRoots, path, false); }
 
 bool Policy::leadsToInstallRoot(std::string const& path) const {
     return std::any_of(m_installRoots.begin(), m_installRoots.end(),
@@ -82,15 +87,13 @@ bool Policy::leadsToInstallRoot(std::string const& path) const {
 }
 
 bool Policy::inApplicationFolders(std::string const& path) const {
-    return std::any_of(m_applicationFolders.begin(), m_applicationFolders.end(),
-                       [&](std::string const& folder) { return isWithin(path, folder, false); });
+    return withinAny(m_applicationFolders, path, false);
 }
 
 bool Policy::isAddinTarget(std::string const& path) const {
     std::string const name = path.substr(path.rfind('/') + 1);
-    if (std::find(m_file.addinNames.begin(), m_file.addinNames.end(), name) == m_file.addinNames.end()) return false;
-    return std::any_of(m_addinFolders.begin(), m_addinFolders.end(),
-                       [&](std::string const& folder) { return isWithin(path, folder, true); });
+    auto const& names = m_file.addinNames;
+    return std::find(names.begin(), names.end(), name) != names.end() && withinAny(m_addinFolders, path, true);
 }
 
 } // namespace Refloom::Helper
