@@ -32,12 +32,22 @@ rfController::rfController(std::unique_ptr<WizardView> view, Setup setup)
       m_runner(m_log, {setup.custResourceDir.isEmpty() ? setup.resourceDir() : setup.custResourceDir,
                        setup.helperPath(), setup.resourceDir(), setup.root}),
       m_files(m_runner, m_log), m_applications(m_log, m_root), m_bundlePath(setup.bundlePath),
+      m_rules(setup.rules ? *setup.rules : rfRules::mainRules(setup.resourceDir())), m_rootItem(m_rules, -1, nullptr),
+      m_componentModel(m_rootItem),
+      m_content(m_rules, m_files, m_log, [this](QString const& name, int mode) { logInstall(name, mode); },
+                {installerFolder(), m_root}),
+      m_driver(m_rules, m_log, *m_view, m_engine,
+               [this](QString const& selector, int mode, int item, QString const& source, QString const& dest) {
+                   return runModeHandler(selector, mode, item, source, dest);
+               },
+               setup.bundlePath + QStringLiteral("/../")),
       m_custResourceDir(setup.custResourceDir.isEmpty() ? setup.resourceDir() : setup.custResourceDir),
       m_mode(setup.mode) {
     dethenticate = [this] { m_runner.dethenticate(); };
     terminate = [] { QCoreApplication::quit(); };
     registerOperations();
     registerPrivilegedOperations();
+    registerComponentOperations();
 }
 
 void rfController::registerOperations() {

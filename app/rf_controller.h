@@ -9,6 +9,11 @@
 #include <memory>
 
 #include "app/operation_table.h"
+#include "components/component_model.h"
+#include "components/content_modes.h"
+#include "components/install_driver.h"
+#include "components/rf_item.h"
+#include "components/rf_rules.h"
 #include "privileged/app_lookup.h"
 #include "privileged/command_runner.h"
 #include "privileged/file_operations.h"
@@ -29,6 +34,7 @@ public:
         QString bundlePath;       // the installer bundle ("... Updater.app"), never under the root
         QString custResourceDir;  // the updater's resources; the bundle's own when empty
         int mode = 0;             // 0 standalone; 32 and 34 from a host
+        rfRules* rules = nullptr; // the process-wide rules of the bundle's resources when none
 
         // The bundle around the running program: "X.app" for ".../X.app/Contents/MacOS/exe",
         // else the executable's own folder.
@@ -47,6 +53,11 @@ public:
     CommandRunner& runner() { return m_runner; }
     FileOperations& files() { return m_files; }
     AppLookup& applications() { return m_applications; }
+    rfRules& rules() { return m_rules; }
+    InstallDriver& driver() { return m_driver; }
+    ContentModes& content() { return m_content; }
+    // The component tree, as the window and the console show it.
+    ComponentModel& componentModel() { return m_componentModel; }
     int resultCode() const { return mResultCode; }
     // The installer bundle and the folder that holds it, learned from the program's location.
     QString bundlePath() const { return m_bundlePath; }
@@ -75,6 +86,12 @@ public:
 private:
     void registerOperations();
     void registerPrivilegedOperations();
+    void registerComponentOperations();
+    // Before a long pass: Back, Next and Cancel rest, the progress spinner turns.
+    void startWork();
+    // Runs a mode handler by its operation name; none when no part has registered it yet.
+    std::optional<int> runModeHandler(QString const& selector, int mode, int itemNum, QString const& source,
+                                      QString const& dest);
     // Runs a button's work; an exception from an operation is logged, not shown, and the
     // wizard stays where it is. A table naming an unknown operation still fails loudly.
     void guarded(std::function<void()> const& work);
@@ -104,6 +121,11 @@ private:
     FileOperations m_files;
     AppLookup m_applications;
     QString m_bundlePath;
+    rfRules& m_rules;
+    rfItem m_rootItem;
+    ComponentModel m_componentModel;
+    ContentModes m_content;
+    InstallDriver m_driver;
     QString m_custResourceDir;
     int m_mode = 0;
     int mResultCode = 0;

@@ -22,3 +22,15 @@ function(rf_write_bundle_files)
   # The helper refuses a policy others may change.
   file(CHMOD "${RF_BUNDLE_DIR}/Contents/helper-policy" PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
 endfunction()
+
+# The rules file in the resources, and the components it names, small but real, laid out
+# where their mode handlers look: beside the bundle (the add-ins, the Services helper, the
+# content bundle, the extras) and inside it (the Spotlight importer).
+function(rf_lay_out_components)
+  configure_file("${PROJECT_SOURCE_DIR}/resources/Customizer.rules.txt"
+                 "${RF_BUNDLE_DIR}/Contents/Resources/Customizer.rules.txt" COPYONLY)
+  add_custom_target(rf_components_payload ALL
+    COMMAND ${CMAKE_COMMAND} -E copy_directory "${PROJECT_SOURCE_DIR}/resources/components/beside" "${CMAKE_BINARY_DIR}"
+    COMMAND ${CMAKE_COMMAND} -E copy_directory "${PROJECT_SOURCE_DIR}/resources/components/inside" "${RF_BUNDLE_DIR}/Contents"
+    COMMENT "Laying out the components beside and inside the bundle")
+endfunction()

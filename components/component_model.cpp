@@ -1,0 +1,76 @@
+#include "components/component_model.h"
+
+namespace Refloom {
+namespace {
+
+char const* const kColumnNames[] = {"component", "installed", "info"};
+
+} // namespace
+
+rfItem* ComponentModel::itemAt(QModelIndex const& index) const {
+    return index.isValid() ? static_cast<rfItem*>(index.internalPointer()) : &m_root;
+}
+
+QModelIndex ComponentModel::index(int row, int column, QModelIndex const& parent) const {
+    if (column < 0 || column >= column_count || (parent.isValid() && parent.column() != 0)) return {};
+    rfItem* child = itemAt(parent)->childAtIndex(row);
+    return child ? createIndex(row, column, child) : QModelIndex();
+}
+
+QModelIndex ComponentModel::parent(QModelIndex const& child) const {
+    rfItem* const parent = child.isValid() ? itemAt(child)->parent() : nullptr;
+    if (!parent || parent->isRoot()) return {};
+    return createIndex(parent->indexInParent(), 0, parent);
+}
+
+int ComponentModel::rowCount(QModelIndex const& parent) const {
+    if (parent.isValid() && parent.column() != 0) return 0;
+    return itemAt(parent)->numberOfChildren();
+}
+
+int ComponentModel::columnCount(QModelIndex const&) const { return column_count; }
+
+QVariant ComponentModel::data(QModelIndex const& index, int role) const {
+    if (!index.isValid()) return {};
+    rfItem* const item = itemAt(index);
+    int const state = item->getItemState();
+    if (role == Qt::DisplayRole) {
+        switch (index.column()) {
+        case component: return item->getItemName();
+        case installed: return QString::fromLatin1(state != item_absent ? "1" : "0");
+        case info: return item->getItemDescription();
+        }
+    }
+    if (role == Qt::CheckStateRole && index.column() == installed) {
+        if (state == item_mixed) return Qt::PartiallyChecked;
+        return state == item_installed ? Qt::Checked : Qt::Unchecked;
+    }
+    return {};
+}
+
+QVariant ComponentModel::headerData(int section, Qt::Orientation orientation, int role) const {
+    if (orientation != Qt::Horizontal || role != Qt::DisplayRole || section < 0 || section >= column_count) return {};
+    return QString::fromLatin1(kColumnNames[section]);
+}
+
+Qt::ItemFlags ComponentModel::flags(QModelIndex const& index) const {
+    if (!index.isValid()) return Qt::NoItemFlags;
+    if (index.column() != installed) return Qt::ItemIsEnabled | Qt::ItemIsSelectable;
+    // An unavailable item's box is off and cannot be changed.
+    if (itemAt(index)->getItemState() == item_unavailable) return Qt::ItemIsSelectable | Qt::ItemIsUserCheckable;
+    return Qt::ItemIsEnabled | Qt::ItemIsSelectable | Qt::ItemIsUserCheckable | Qt::ItemIsUserTristate;
+}
+
+bool ComponentModel::setData(QModelIndex const& index, QVariant const& value, int role) {
+    if (!index.isValid() || index.column() != installed || role != Qt::CheckStateRole) return false;
+    if (!itemAt(index)->click(value.toInt() != Qt::Unchecked)) return false;
+    // A click changes the item, its category (for a member) or its members (for a category).
+    auto changed = [this](QModelIndex const& row) { emit dataChanged(row.siblingAtColumn(component), row.siblingAtColumn(info)); };
+    QModelIndex const row = index.siblingAtColumn(component);
+    changed(row);
+    if (row.parent().isValid()) changed(row.parent());
+    for (int member = 0; member < rowCount(row); ++member) changed(this->index(member, component, row));
+    return true;
+}
+
+} // namespace Refloom
