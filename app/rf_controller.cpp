@@ -4,6 +4,8 @@
 #include <QDir>
 #include <QFileInfo>
 
+#include "support/plist_bridge.h"
+
 namespace Refloom {
 namespace {
 
@@ -41,13 +43,26 @@ rfController::rfController(std::unique_ptr<WizardView> view, Setup setup)
                    return runModeHandler(selector, mode, item, source, dest);
                },
                setup.bundlePath + QStringLiteral("/../")),
+      m_customizerData(readPlistFile(setup.infoPlistPath()).toMap().value(QStringLiteral("RFCustomizerData")).toMap()),
+      m_integration{m_log, m_runner, m_files, m_rules, *m_view, m_engine, m_root, setup.bundlePath, installerFolder(),
+                    [this] { return m_mode; }, [this](QString const& name, int mode) { logInstall(name, mode); }},
+      m_crumbs(m_log, m_root, setup.bundlePath),
+      m_word(m_integration, m_applications, m_crumbs, m_driver.m_bMRGN_path_added, [this] { m_driver.installCheck(); }),
+      m_addin(m_integration, m_word, m_applications),
+      m_startupFolders(m_integration, m_word, m_crumbs, m_applications, m_driver.m_bMRGN_path_added),
+      m_spotlightServices(m_integration),
+      m_browserExtension(m_integration, m_customizerData.value(QStringLiteral("FernwickUpdateURL")).toString()),
       m_custResourceDir(setup.custResourceDir.isEmpty() ? setup.resourceDir() : setup.custResourceDir),
       m_mode(setup.mode) {
     dethenticate = [this] { m_runner.dethenticate(); };
+    wordQuitHandler = [this] { m_word.wordQuitHandler(); };
+    m_word.m_wordTemplateDirs = m_customizerData.value(QStringLiteral("Templates")).toStringList();
+    m_word.m_wordStartupParts = m_customizerData.value(QStringLiteral("StartupPaths")).toStringList();
     terminate = [] { QCoreApplication::quit(); };
     registerOperations();
     registerPrivilegedOperations();
     registerComponentOperations();
+    registerIntegrationOperations();
 }
 
 void rfController::registerOperations() {

@@ -14,6 +14,13 @@
 #include "components/install_driver.h"
 #include "components/rf_item.h"
 #include "components/rf_rules.h"
+#include "integrations/breadcrumbs.h"
+#include "integrations/browser_extension.h"
+#include "integrations/integration_context.h"
+#include "integrations/spotlight_services.h"
+#include "integrations/startup_folders.h"
+#include "integrations/word_addin.h"
+#include "integrations/word_discovery.h"
 #include "privileged/app_lookup.h"
 #include "privileged/command_runner.h"
 #include "privileged/file_operations.h"
@@ -58,6 +65,12 @@ public:
     ContentModes& content() { return m_content; }
     // The component tree, as the window and the console show it.
     ComponentModel& componentModel() { return m_componentModel; }
+    WordDiscovery& word() { return m_word; }
+    WordAddin& addin() { return m_addin; }
+    StartupFolders& startupFolders() { return m_startupFolders; }
+    Breadcrumbs& breadcrumbs() { return m_crumbs; }
+    SpotlightServices& spotlightServices() { return m_spotlightServices; }
+    BrowserExtension& browserExtension() { return m_browserExtension; }
     int resultCode() const { return mResultCode; }
     // The installer bundle and the folder that holds it, learned from the program's location.
     QString bundlePath() const { return m_bundlePath; }
@@ -87,6 +100,7 @@ private:
     void registerOperations();
     void registerPrivilegedOperations();
     void registerComponentOperations();
+    void registerIntegrationOperations();
     // Before a long pass: Back, Next and Cancel rest, the progress spinner turns.
     void startWork();
     // Runs a mode handler by its operation name; none when no part has registered it yet.
@@ -126,6 +140,14 @@ private:
     ComponentModel m_componentModel;
     ContentModes m_content;
     InstallDriver m_driver;
+    QVariantMap m_customizerData;  // the "RFCustomizerData" of the installer's Info.plist
+    IntegrationContext m_integration;
+    Breadcrumbs m_crumbs;
+    WordDiscovery m_word;
+    WordAddin m_addin;
+    StartupFolders m_startupFolders;
+    SpotlightServices m_spotlightServices;
+    BrowserExtension m_browserExtension;
     QString m_custResourceDir;
     int m_mode = 0;
     int mResultCode = 0;

@@ -23,6 +23,7 @@ enum class FileTool : unsigned char {
     sym_link,
     change_owner,       // hand one item to the administrator (the browser extension file)
     change_owner_tree,  // the same for a folder and everything in it
+    extract_archive,    // a zip archive into a folder; never run with administrator rights
     run_script,
     run_patch,
 };

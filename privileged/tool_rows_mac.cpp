@@ -15,9 +15,10 @@ constexpr std::array<char const*, 3> kUnlockFile = {"--", "nouchg", "{1}"};
 constexpr std::array<char const*, 4> kUnlockDir = {"-R", "--", "nouchg", "{1}"};
 constexpr std::array<char const*, 3> kChangeOwner = {"--", "root:wheel", "{1}"};
 constexpr std::array<char const*, 4> kChangeOwnerTree = {"-R", "--", "root:wheel", "{1}"};
+constexpr std::array<char const*, 5> kExtractArchive = {"-xk", "--noqtn", "--", "{1}", "{2}"};
 
 // clang-format off
-constexpr std::array<ToolRow, 11> kRows = {{
+constexpr std::array<ToolRow, 12> kRows = {{
     {FileTool::remove_folder,     "/bin/rm",          kRemoveFolder},
     {FileTool::remove_file,       "/bin/rm",          kRemoveFile},
     {FileTool::rename,            "/bin/mv",          kRename},
@@ -27,8 +28,9 @@ constexpr std::array<ToolRow, 11> kRows = {{
     {FileTool::chmod,             "/bin/chmod",       kChmod},
     {FileTool::make_dir,          "/bin/mkdir",       kMakeDir},
     {FileTool::sym_link,          "/bin/ln",          kSymLink},
-    {FileTool::change_owner,      "/bin/chown"     ,  kChangeOwner},
-    {FileTool::change_owner_tree, "/bin/chown"     ,  kChangeOwnerTree},
+    {FileTool::change_owner,      "/bin/chown",       kChangeOwner},
+    {FileTool::change_owner_tree, "/bin/chown",       kChangeOwnerTree},
+    {FileTool::extract_archive,   "/usr/bin/ditto",   kExtractArchive},
 }};
 // clang-format on
 

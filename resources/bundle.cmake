@@ -33,4 +33,18 @@ function(rf_lay_out_components)
     COMMAND ${CMAKE_COMMAND} -E copy_directory "${PROJECT_SOURCE_DIR}/resources/components/beside" "${CMAKE_BINARY_DIR}"
     COMMAND ${CMAKE_COMMAND} -E copy_directory "${PROJECT_SOURCE_DIR}/resources/components/inside" "${RF_BUNDLE_DIR}/Contents"
     COMMENT "Laying out the components beside and inside the bundle")
+
+  # "Refloom.zip": one top folder "Refloom" holding both add-in bundles, zipped by the build.
+  set(margina "${PROJECT_SOURCE_DIR}/resources/components/beside/Margina")
+  file(GLOB_RECURSE addin_files CONFIGURE_DEPENDS "${margina}/*")
+  set(stage "${CMAKE_BINARY_DIR}/refloom-zip")
+  set(archive "${RF_BUNDLE_DIR}/Contents/Resources/Refloom.zip")
+  add_custom_command(OUTPUT "${archive}"
+    COMMAND ${CMAKE_COMMAND} -E rm -rf "${stage}"
+    COMMAND ${CMAKE_COMMAND} -E copy_directory "${margina}" "${stage}/Refloom"
+    COMMAND ${CMAKE_COMMAND} -E chdir "${stage}" ${CMAKE_COMMAND} -E tar cf "${archive}" --format=zip Refloom
+    DEPENDS ${addin_files}
+    COMMENT "Zipping the Word add-ins into Refloom.zip")
+  add_custom_target(rf_addin_archive ALL DEPENDS "${archive}")
+  add_dependencies(rf_components_payload rf_addin_archive)
 endfunction()

@@ -36,11 +36,11 @@ QVariant toVariant(plist_t node) {
         return value;
     }
     case PLIST_STRING: {
-        char* text = nullptr;
-        plist_get_string_val(node, &text);
-        QString value = QString::fromUtf8(text);
-        free(text);
-        return value;
+        // By its length: a string may hold a NUL byte, which libplist's copying getter asserts
+        // against, ending the program on a crafted file.
+        uint64_t length = 0;
+        char const* text = plist_get_string_ptr(node, &length);
+        return QString::fromUtf8(text, text ? qsizetype(length) : 0);
     }
     case PLIST_DATA: {
         char* bytes = nullptr;

@@ -5,6 +5,7 @@
 
 #include <QList>
 #include <QString>
+#include <QStringList>
 
 namespace Refloom {
 
@@ -50,10 +51,14 @@ public:
     virtual void reload(QString const& outlet) = 0;
 
     // Questions. The sheet answers a SheetAnswer; the choosers an empty path when cancelled.
+    // A null button text leaves that button out (no default text shows one button, "OK").
     virtual int askSheet(QString const& title, QString const& message, QString const& defaultButton,
                          QString const& alternateButton, QString const& otherButton) = 0;
-    virtual QString chooseApplication(QString const& prompt) = 0;
-    virtual QString chooseFolder(QString const& prompt) = 0;
+    // One application of the given file types ("app", "APPL"), starting in `startFolder`.
+    virtual QString chooseApplication(QString const& prompt, QString const& startFolder,
+                                      QStringList const& fileTypes) = 0;
+    // One folder, starting in `startFolder`.
+    virtual QString chooseFolder(QString const& prompt, QString const& startFolder) = 0;
 
     virtual void close() = 0;
     virtual void beep() = 0;

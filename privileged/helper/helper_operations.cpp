@@ -118,6 +118,8 @@ Command plan(Context const& c, HelperProtocol::Request const& request, std::vect
     }
     case FileTool::make_dir:
         break;  // made folder by folder as it goes: see makeFolders
+    case FileTool::extract_archive:
+        throw Refusal{"archives are unpacked with the user's own rights only"};
     case FileTool::sym_link: {
         if (!isCleanAbsolute(in[0]) || !mayChange(c, in[0], false)) throw Refusal{"a link may only point at what the helper may change"};
         return fromRow(request.operation, {in[0], byName(pinChangeable(c, in[1], true))});
