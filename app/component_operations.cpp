@@ -40,6 +40,14 @@ void rfController::registerComponentOperations() {
     // the driver moves the wizard on when it is done.
     add("startToInitialInstall", [this](Arguments const&) { startWork(); m_driver.initialInstall(); return QVariant(); });
     add("startToMakeChange", [this](Arguments const&) { startWork(); m_driver.makeChange(); return QVariant(); });
+    // The web edition's start page: install (row 0), uninstall (row 1) or go on.
+    m_operations.add(QStringLiteral("doStartRFWeb"), [this](QVariant const&) {
+        int const row = m_view->selectedRow(QStringLiteral("matRFWInstall"));
+        if (row == 0) m_engine.skipToState(QStringLiteral("Custom"));
+        if (row == 1) return QVariant(m_driver.doRFWUninstall());
+        return QVariant();
+    });
+    m_operations.add(QStringLiteral("doRFWUninstall"), [this](QVariant const&) { return QVariant(m_driver.doRFWUninstall()); });
     // The check box column's action: the model has applied the click already.
     add("toggleInstalled:", [](Arguments const&) { return QVariant(); });
     for (HandlerEntry const& entry : kHandlers)

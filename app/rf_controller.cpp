@@ -31,7 +31,7 @@ QString rfController::Setup::infoPlistPath() const { return bundlePath + QString
 rfController::rfController(std::unique_ptr<WizardView> view, Setup setup)
     : m_view(std::move(view)), m_root(setup.root), m_log(m_root),
       m_engine(*m_view, [this](QString const& name) { return runSelector(name); }),
-      m_runner(m_log, {setup.custResourceDir.isEmpty() ? setup.resourceDir() : setup.custResourceDir,
+      m_runner(m_log, {setup.updaterResources(),
                        setup.helperPath(), setup.resourceDir(), setup.root}),
       m_files(m_runner, m_log), m_applications(m_log, m_root), m_bundlePath(setup.bundlePath),
       m_rules(setup.rules ? *setup.rules : rfRules::mainRules(setup.resourceDir())), m_rootItem(m_rules, -1, nullptr),
@@ -52,7 +52,10 @@ rfController::rfController(std::unique_ptr<WizardView> view, Setup setup)
       m_startupFolders(m_integration, m_word, m_crumbs, m_applications, m_driver.m_bMRGN_path_added),
       m_spotlightServices(m_integration),
       m_browserExtension(m_integration, m_customizerData.value(QStringLiteral("FernwickUpdateURL")).toString()),
-      m_custResourceDir(setup.custResourceDir.isEmpty() ? setup.resourceDir() : setup.custResourceDir),
+      m_patchFlow(m_integration, m_applications, m_content, setup.updaterResources(),
+                  {.installWordMode = [this](int mode, QString const& source) { runModeHandler(QStringLiteral("installWordMode:itemNum:source:dest:"), mode, 0, source, QString()); },
+                   .bindBackToNo = [this](bool offering) { m_backMeansNo = offering; }}),
+      m_custResourceDir(setup.updaterResources()),
       m_mode(setup.mode) {
     dethenticate = [this] { m_runner.dethenticate(); };
     wordQuitHandler = [this] { m_word.wordQuitHandler(); };
@@ -63,6 +66,7 @@ rfController::rfController(std::unique_ptr<WizardView> view, Setup setup)
     registerPrivilegedOperations();
     registerComponentOperations();
     registerIntegrationOperations();
+    registerUpdaterOperations();
 }
 
 void rfController::registerOperations() {
@@ -160,7 +164,8 @@ void rfController::next() {
 }
 
 void rfController::back() {
-    guarded([this] { m_engine.skipToPrevState(); });
+    // While the updater offers a copy, Back is its "No".
+    guarded([this] { m_backMeansNo ? m_patchFlow.doPatchNo() : m_engine.skipToPrevState(); });
 }
 
 void rfController::cancel() {

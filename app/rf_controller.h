@@ -21,6 +21,7 @@
 #include "integrations/startup_folders.h"
 #include "integrations/word_addin.h"
 #include "integrations/word_discovery.h"
+#include "updater/patch_flow.h"
 #include "privileged/app_lookup.h"
 #include "privileged/command_runner.h"
 #include "privileged/file_operations.h"
@@ -47,6 +48,7 @@ public:
         // else the executable's own folder.
         static QString runningBundle();
         QString resourceDir() const;  // the bundle's Contents/Resources
+        QString updaterResources() const { return custResourceDir.isEmpty() ? resourceDir() : custResourceDir; }
         QString helperPath() const;   // the privileged helper in the bundle's Contents/MacOS
         QString infoPlistPath() const;
     };
@@ -71,7 +73,9 @@ public:
     Breadcrumbs& breadcrumbs() { return m_crumbs; }
     SpotlightServices& spotlightServices() { return m_spotlightServices; }
     BrowserExtension& browserExtension() { return m_browserExtension; }
+    PatchFlow& patchFlow() { return m_patchFlow; }
     int resultCode() const { return mResultCode; }
+    SystemRoot const& systemRoot() const { return m_root; }
     // The installer bundle and the folder that holds it, learned from the program's location.
     QString bundlePath() const { return m_bundlePath; }
     QString installerFolder() const;
@@ -101,6 +105,7 @@ private:
     void registerPrivilegedOperations();
     void registerComponentOperations();
     void registerIntegrationOperations();
+    void registerUpdaterOperations();
     // Before a long pass: Back, Next and Cancel rest, the progress spinner turns.
     void startWork();
     // Runs a mode handler by its operation name; none when no part has registered it yet.
@@ -148,6 +153,8 @@ private:
     StartupFolders m_startupFolders;
     SpotlightServices m_spotlightServices;
     BrowserExtension m_browserExtension;
+    PatchFlow m_patchFlow;
+    bool m_backMeansNo = false;  // while the updater offers a copy, Back answers No
     QString m_custResourceDir;
     int m_mode = 0;
     int mResultCode = 0;

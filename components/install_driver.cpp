@@ -131,3 +131,19 @@ void InstallDriver::doUninstall() {
 }
 
 } // namespace Refloom
+
+namespace Refloom {
+
+bool InstallDriver::doRFWUninstall() {
+    int const answer = m_view.askSheet(localized("Updater"),
+                                       localized("Uninstall will remove Refloom Margina from your computer.  Are you sure you want to do this?"),
+                                       localized("No"), localized("Yes"), QString());
+    if (answer == sheet_alternate) {
+        m_bUninstall = true;
+        m_view.setEnabled(QStringLiteral("uninstallBtn"), false);
+        m_engine.skipToState(QStringLiteral("doRFWUninstall"));
+    }
+    return true;
+}
+
+} // namespace Refloom

@@ -51,6 +51,9 @@ public:
     // Asks whether to remove every component; on "Yes" marks the run an uninstall and goes on
     // to the change step.
     void doUninstall();
+    // The web edition's uninstall question; on "Yes" goes to its uninstall row. True when the
+    // wizard must stay where it is (it has jumped itself, or the user said No).
+    bool doRFWUninstall();
 
     bool m_bUninstall = false;        // once confirmed, the run stays an uninstall
     bool m_bMRGN_path_added = false;  // the user changed Word's startup folders: reinstall the add-in

@@ -48,6 +48,7 @@ bool CommandRunner::authenticate() {
     HelperClient::Started started = HelperClient::start(m_setup.helperPath, arguments, keepPainted);
     m_helper = std::move(started.client);
     m_authorization = m_helper ? Authorization::granted : Authorization::refused;
+    m_lastAnswer = m_authorization;
     if (!m_helper) m_log.logMessage(started.whyNot);
     m_log.logMessage(QStringLiteral("Authentication status "), m_helper != nullptr);
     return m_helper != nullptr;

@@ -40,6 +40,9 @@ public:
     // Ends the helper and forgets the answer.
     void dethenticate();
     Authorization authorization() const { return m_authorization; }
+    // The answer of the last question this run asked, kept after dethenticate: what a report
+    // says about administrator rights (none when no step needed them).
+    Authorization lastAnswer() const { return m_lastAnswer; }
     ToolTable const& tools() const { return m_tools; }
 
     // The tool's exit status. Raises LaunchError when it cannot be started.
@@ -70,6 +73,7 @@ private:
     Setup m_setup;
     ToolTable m_tools;
     Authorization m_authorization = Authorization::none;
+    Authorization m_lastAnswer = Authorization::none;
     std::unique_ptr<HelperClient> m_helper;
 };
 

@@ -1,0 +1,206 @@
+#include "app/console_view.h"
+
+#include <unistd.h>
+
+#include <QTextStream>
+
+namespace Refloom {
+namespace {
+
+// What each page says in a terminal; the window shows the same from its interface file.
+struct PageText {
+    int panel;
+    char const* text;
+};
+constexpr PageText kPages[] = {
+    {0, "Looking for the copies of Refloom and Microsoft Word on this computer..."},
+    {4, "This update brings every copy of Refloom 2025 on this computer to the latest version."},
+    {6, "Tick the components to install; untick the ones to remove."},
+    {10, "Updating..."},
+    {12, "Microsoft Word is running. Please quit Word, then go on to try again."},
+    {13, "Choose where to install the Spotlight importer and the Services helper."},
+    {14, "The updater will look for the copies of Refloom 2025 on this computer and update each one you choose."},
+    {17, "The update has finished. The log tells each step."},
+    {18, "No copy of Refloom 2025 that this update applies to was found on this computer."},
+};
+
+// The outlets whose text is progress: printed as they change.
+bool isProgress(QString const& outlet) {
+    return outlet == QLatin1String("progressText") || outlet == QLatin1String("processingText");
+}
+
+char const* mark(int state) {
+    switch (state) {
+    case 1: return "[x]";
+    case -1: return "[ ] (not available)";
+    case -2: return "[-]";
+    default: return "[ ]";
+    }
+}
+
+} // namespace
+
+ConsoleView::ConsoleView(std::FILE* in, std::FILE* out, bool unattended)
+    : m_in(in), m_out(out), m_unattended(unattended), m_terminal(isatty(fileno(out)) == 1) {}
+
+void ConsoleView::print(QString const& text) const {
+    std::fputs(text.toLocal8Bit().constData(), m_out);
+    std::fputc('\n', m_out);
+    std::fflush(m_out);
+}
+
+QString ConsoleView::readLine(QString const& prompt) const {
+    std::fputs(prompt.toLocal8Bit().constData(), m_out);
+    std::fflush(m_out);
+    char buffer[4096];
+    if (!std::fgets(buffer, sizeof buffer, m_in)) return QString();  // end of input: as cancel
+    return QString::fromLocal8Bit(buffer).trimmed();
+}
+
+void ConsoleView::selectPage(int panel) {
+    if (panel != m_page) {
+        m_shownPage = false;
+        m_cells.clear();
+    }
+    m_page = panel;
+}
+
+void ConsoleView::setText(QString const& outlet, QString const& text) {
+    m_texts[outlet] = text;
+    if (isProgress(outlet)) print(QStringLiteral("  ") + text);
+}
+
+void ConsoleView::startSpinner(QString const&) {
+    if (m_terminal) print(QStringLiteral("  ..."));
+}
+
+void ConsoleView::showPage() {
+    if (m_shownPage) return;
+    m_shownPage = true;
+    int done = 0;
+    for (OutlineLine const& line : m_outline) done += line.state == OutlineState::done ? 1 : 0;
+    QString current;
+    for (OutlineLine const& line : m_outline)
+        if (line.state == OutlineState::current) current = line.text;
+    print(QString());
+    // Pages without a title of their own go by their stage's name.
+    print(QStringLiteral("== %1 ==").arg(m_title.isEmpty() ? current : m_title));
+    if (!m_outline.isEmpty()) print(QStringLiteral("[%1/%2] %3").arg(done + 1).arg(m_outline.size()).arg(current));
+    for (PageText const& page : kPages)
+        if (page.panel == m_page) print(QString::fromLatin1(page.text));
+    if (m_page == 16) print(m_texts.value(QStringLiteral("patchFound")).trimmed());
+    if (m_page == 6) showComponents();
+}
+
+void ConsoleView::showComponents() const {
+    if (!m_components) return;
+    int number = 0;
+    for (int row = 0; row < m_components->rowCount(); ++row) {
+        QModelIndex const category = m_components->index(row, 0);
+        rfItem* item = m_components->itemAt(category);
+        print(QStringLiteral("%1. %2 %3 - %4").arg(++number, 2).arg(QLatin1String(mark(item->getItemState())), item->getItemName(), item->getItemDescription()));
+        for (int member = 0; member < m_components->rowCount(category); ++member) {
+            rfItem* child = m_components->itemAt(m_components->index(member, 0, category));
+            print(QStringLiteral("%1.   %2 %3 - %4").arg(++number, 2).arg(QLatin1String(mark(child->getItemState())), child->getItemName(), child->getItemDescription()));
+        }
+    }
+}
+
+void ConsoleView::tickComponents() {
+    for (;;) {
+        QString const answer = readLine(QStringLiteral("Numbers to tick or untick (Enter to go on): "));
+        if (answer.isEmpty()) return;
+        int number = 0;
+        for (QString const& word : answer.split(QLatin1Char(' '), Qt::SkipEmptyParts)) {
+            int const wanted = word.toInt();
+            number = 0;
+            for (int row = 0; row < m_components->rowCount() && number < wanted; ++row) {
+                QModelIndex const category = m_components->index(row, 0);
+                if (++number == wanted) m_components->itemAt(category)->click(m_components->itemAt(category)->getItemState() != 1);
+                for (int member = 0; member < m_components->rowCount(category) && number < wanted; ++member)
+                    if (++number == wanted) {
+                        rfItem* child = m_components->itemAt(m_components->index(member, 0, category));
+                        child->click(child->getItemState() != 1);
+                    }
+            }
+        }
+        showComponents();
+    }
+}
+
+bool ConsoleView::choose(QString const& name, bool on) {
+    if (!m_components) return false;
+    for (int row = 0; row < m_components->rowCount(); ++row) {
+        QModelIndex const category = m_components->index(row, 0);
+        if (m_components->itemAt(category)->getItemName() == name) return m_components->itemAt(category)->click(on);
+        for (int member = 0; member < m_components->rowCount(category); ++member) {
+            rfItem* child = m_components->itemAt(m_components->index(member, 0, category));
+            if (child->getItemName() == name) return child->click(on);
+        }
+    }
+    return false;
+}
+
+ConsoleView::Press ConsoleView::waitForPress() {
+    showPage();
+    if (m_unattended) return Press::next;
+    if (m_page == 6 && m_components) tickComponents();
+    QString choices = QStringLiteral("[Enter] %1").arg(m_titles[int(Button::next)].isEmpty() ? QStringLiteral("Next") : m_titles[int(Button::next)]);
+    if (m_enabled[int(Button::back)] && m_shown[int(Button::back)])
+        choices += QStringLiteral("  [b] %1").arg(m_titles[int(Button::back)].isEmpty() ? QStringLiteral("Back") : m_titles[int(Button::back)]);
+    if (m_enabled[int(Button::cancel)]) choices += QStringLiteral("  [c] Cancel");
+    QString const answer = readLine(choices + QStringLiteral(": "));
+    if (answer.isNull()) return Press::cancel;
+    if (answer.startsWith(QLatin1Char('b'), Qt::CaseInsensitive)) return Press::back;
+    if (answer.startsWith(QLatin1Char('c'), Qt::CaseInsensitive)) return Press::cancel;
+    return Press::next;
+}
+
+int ConsoleView::cellState(QString const& outlet, int cell) const {
+    QString const key = outlet + QString::number(cell);
+    if (m_cells.contains(key)) return m_cells.value(key);
+    int answer = 0;
+    if (outlet == QLatin1String("agreeBtns")) {
+        answer = m_unattended || readLine(QStringLiteral("Do you accept the license agreement? [y/N] ")).startsWith(QLatin1Char('y'), Qt::CaseInsensitive);
+    } else if (outlet == QLatin1String("spotBtns") || outlet == QLatin1String("servBtns")) {
+        QString const what = outlet == QLatin1String("spotBtns") ? QStringLiteral("the Spotlight importer") : QStringLiteral("the Services helper");
+        // Unattended runs install for all users, as management tools deploy for a whole machine.
+        QString const levels = m_unattended ? QStringLiteral("a")
+                                            : readLine(QStringLiteral("Install %1 for you (u), all users (a), both (b) or neither (n)? ").arg(what));
+        m_cells[outlet + QStringLiteral("0")] = levels.startsWith(QLatin1Char('u')) || levels.startsWith(QLatin1Char('b'));
+        m_cells[outlet + QStringLiteral("1")] = levels.startsWith(QLatin1Char('a')) || levels.startsWith(QLatin1Char('b'));
+        return m_cells.value(key);
+    }
+    m_cells[key] = answer;
+    return answer;
+}
+
+int ConsoleView::askSheet(QString const& title, QString const& message, QString const& defaultButton,
+                          QString const& alternateButton, QString const& otherButton) {
+    print(QString());
+    print(title + QStringLiteral(": ") + message.trimmed());
+    QString const first = defaultButton.isNull() ? QStringLiteral("OK") : defaultButton;
+    if (m_unattended) {
+        print(QStringLiteral("  -> %1").arg(first));
+        return sheet_default;  // the cautious answer: "No" to an uninstall, "OK" to a notice
+    }
+    QString choices = QStringLiteral("[1] %1").arg(first);
+    if (!alternateButton.isNull()) choices += QStringLiteral("  [2] %1").arg(alternateButton);
+    if (!otherButton.isNull()) choices += QStringLiteral("  [3] %1").arg(otherButton);
+    QString const answer = readLine(choices + QStringLiteral(": "));
+    if (answer == QLatin1String("2") && !alternateButton.isNull()) return sheet_alternate;
+    if (answer == QLatin1String("3") && !otherButton.isNull()) return sheet_other;
+    return sheet_default;
+}
+
+QString ConsoleView::chooseApplication(QString const& prompt, QString const& startFolder, QStringList const& fileTypes) {
+    if (m_unattended) return QString();
+    return readLine(QStringLiteral("%1 (%2, in %3; empty to cancel): ").arg(prompt, fileTypes.join(QLatin1Char('/')), startFolder));
+}
+
+QString ConsoleView::chooseFolder(QString const& prompt, QString const& startFolder) {
+    if (m_unattended) return QString();
+    return readLine(QStringLiteral("%1 (from %2; empty to cancel): ").arg(prompt, startFolder));
+}
+
+} // namespace Refloom

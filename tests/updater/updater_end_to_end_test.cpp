@@ -1,0 +1,203 @@
+// The updater as users and scripts run it: the real program, the real patch tool and the real
+// privileged helper on the demo sandbox, answers typed on standard input or none at all.
+#include <gtest/gtest.h>
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QRandomGenerator>
+#include <QThread>
+
+#include <filesystem>
+
+#include "tests/fixtures/log_lines.h"
+#include "tests/fixtures/privileged.h"
+#include "tests/fixtures/scratch.h"
+
+using rf_test::Scratch;
+namespace fs = std::filesystem;
+
+namespace {
+
+// A copy of the built bundle (the sandbox puts its patch and key into it) and a demo root.
+struct Demo {
+    Scratch scratch;
+    std::string bundle = scratch / "Refloom 2025 Updater.app";
+    std::string root = scratch / "root";
+    std::string first = root + "/Applications/Refloom 2025";
+    std::string second = root + "/home/demo/Applications/Refloom Lab";
+    std::string report = scratch / "report.json";
+
+    Demo() {
+        fs::copy(RF_TEST_BUNDLE, bundle, fs::copy_options::recursive);
+        for (char const* beside : {"Margina", "Services", "Product-Support", "Extras"})
+            fs::copy(fs::path(RF_TEST_BUNDLE).parent_path() / beside, scratch / beside, fs::copy_options::recursive);
+        EXPECT_EQ(QProcess::execute(QStringLiteral("bash"), {RF_SOURCE_DIR "/scripts/demo-sandbox", QString::fromStdString(root),
+                                                            QString::fromStdString(bundle)}),
+                  0);
+    }
+
+    struct Run {
+        int status;
+        QString output;
+    };
+    Run run(QStringList arguments, QByteArray const& input = {}, QProcessEnvironment environment = QProcessEnvironment::systemEnvironment()) const {
+        QProcess program;
+        environment.insert(QStringLiteral("HOME"), QStringLiteral("/home/demo"));
+        program.setProcessEnvironment(environment);
+        program.setProcessChannelMode(QProcess::MergedChannels);
+        program.start(QString::fromStdString(bundle + "/Contents/MacOS/Refloom 2025 Updater"),
+                      QStringList{"--root", QString::fromStdString(root), "--report", QString::fromStdString(report)} + arguments);
+        program.write(input);
+        program.closeWriteChannel();
+        program.waitForFinished(120000);
+        return {program.exitStatus() == QProcess::NormalExit ? program.exitCode() : -1, QString::fromLocal8Bit(program.readAll())};
+    }
+    QJsonObject reportJson() const {
+        QFile file(QString::fromStdString(report));
+        file.open(QIODevice::ReadOnly);
+        return QJsonDocument::fromJson(file.readAll()).object();
+    }
+    QStringList log() const { return rf_test::logMessages(QString::fromStdString(root + "/home/demo/Library/Logs/Refloom 2025 Update.log")); }
+    // Byte for byte, links and modes included, against the new version.
+    bool isNew(std::string const& copy) const {
+        return QProcess::execute(QStringLiteral("bash"), {"-c", QStringLiteral("diff -r --no-dereference '%1/work/new/Refloom 2025/Refloom 2025.app' '%2/Refloom 2025.app' >/dev/null && "
+                                                                              "[ \"$(cd '%1/work/new/Refloom 2025' && find . -path ./Product-Support -prune -o -printf '%m %p\\n' | sort)\" = "
+                                                                              "\"$(cd '%2' && find . -path ./Product-Support -prune -o -printf '%m %p\\n' | sort)\" ]")
+                                                                   .arg(QString::fromStdString(root), QString::fromStdString(copy))}) == 0;
+    }
+};
+
+} // namespace
+
+TEST(Updater, UnattendedPatchesEveryCopyThenFindsNothingLeft) {
+    Demo d;
+    Demo::Run const run = d.run({"--unattended"});
+    EXPECT_EQ(run.status, 0) << run.output.toStdString();
+    EXPECT_TRUE(d.isNew(d.first));
+    EXPECT_TRUE(d.isNew(d.second));
+    QJsonObject const report = d.reportJson();
+    EXPECT_EQ(report["exitStatus"].toInt(), 0);
+    QJsonArray const copies = report["copies"].toArray();
+    ASSERT_EQ(copies.size(), 2);
+    for (QJsonValue const& copy : copies) {
+        EXPECT_EQ(copy["patch"].toString(), QString("patched"));
+        EXPECT_EQ(copy["versionBefore"].toString(), QString("2025.1"));
+        EXPECT_EQ(copy["versionAfter"].toString(), QString("2025.3"));
+    }
+    QStringList const log = d.log();
+    EXPECT_EQ(log.filter("**  Patcher Started ").size(), 1);
+    EXPECT_TRUE(log.contains(QString("Found patchable candidate: %1.").arg(QString::fromStdString(d.first))));
+    EXPECT_TRUE(log.filter("Running as admin: ").filter(" Result: 0").size() == 2);
+
+    Demo::Run const again = d.run({"--unattended"});
+    EXPECT_EQ(again.status, 4) << again.output.toStdString();
+    EXPECT_TRUE(again.output.contains("No copy of Refloom 2025 that this update applies to was found"));
+    EXPECT_TRUE(d.log().contains(QString("Found unpatchable instance: %1.").arg(QString::fromStdString(d.second))));
+}
+
+TEST(Updater, ACopyRefusedWithNoIsLeftAsItWas) {
+    Demo d;
+    // Back is "No" for the first copy, Next "Yes" for the second, then Next through the end.
+    Demo::Run const run = d.run({"--console"}, "\n\nb\n\n\n\n\n");
+    EXPECT_EQ(run.status, 0) << run.output.toStdString();
+    EXPECT_FALSE(d.isNew(d.first));
+    EXPECT_TRUE(d.isNew(d.second));
+    EXPECT_EQ(d.reportJson()["copies"].toArray().at(0).toObject()["patch"].toString(), QString("declined"));
+}
+
+TEST(Updater, AChangedCopyIsNeverOffered) {
+    Demo d;
+    fs::remove(d.second + "/Refloom 2025.app/Contents/Info.plist");
+    d.scratch.write("root/home/demo/Applications/Refloom Lab/Refloom 2025.app/Contents/Info.plist",
+                    "<plist version=\"1.0\"><dict><key>CFBundleIdentifier</key><string>com.Veltmark.Refloom2025</string>"
+                    "<key>CFBundleDocumentTypes</key><array><dict><key>CFBundleTypeExtensions</key><array><string>enl</string></array></dict></array></dict></plist>");
+    Demo::Run const run = d.run({"--unattended"});
+    EXPECT_EQ(run.status, 0) << run.output.toStdString();
+    EXPECT_TRUE(d.log().contains(QString("Found unpatchable instance: %1.").arg(QString::fromStdString(d.second))));
+    EXPECT_EQ(d.reportJson()["copies"].toArray().at(1).toObject()["patch"].toString(), QString("not offered"));
+}
+
+TEST(Updater, NothingFoundAndRefusedRightsHaveTheirOwnStatus) {
+    Demo empty;
+    fs::remove_all(empty.first);
+    fs::remove_all(empty.second);
+    Demo::Run const nothing = empty.run({"--unattended"});
+    EXPECT_EQ(nothing.status, 4) << nothing.output.toStdString();
+    EXPECT_TRUE(nothing.output.contains("No copy of Refloom 2025 that this update applies to"));
+
+    Demo d;
+    QProcessEnvironment refuse = QProcessEnvironment::systemEnvironment();
+    refuse.insert("RF_ELEVATE", "/bin/false");
+    Demo::Run const refused = d.run({"--unattended"}, {}, refuse);
+    EXPECT_EQ(refused.status, 5) << refused.output.toStdString();
+    EXPECT_FALSE(d.isNew(d.first));
+    EXPECT_EQ(d.reportJson()["authorization"].toString(), QString("refused"));
+    EXPECT_TRUE(d.log().contains("Authentication status :Failed"));
+}
+
+TEST(Updater, UsageErrorsSayWhatIsWrong) {
+    Demo d;
+    struct Case {
+        QStringList arguments;
+        char const* says;
+    };
+    Case const cases[] = {{{"--bogus"}, "unknown option"},
+                          {{"--flow", "sideways"}, "--flow takes"},
+                          {{"--mode", "7"}, "--mode takes"},
+                          {{"--select", "Styles"}, "go with --unattended"},
+                          {{"--unattended", "--flow", "custom", "--select", "Nope"}, "no component is named"}};
+    for (Case const& c : cases) {
+        Demo::Run const run = d.run(c.arguments);
+        EXPECT_EQ(run.status, 2) << c.says;
+        EXPECT_TRUE(run.output.contains(c.says)) << run.output.toStdString();
+    }
+    EXPECT_TRUE(d.run({"--help"}).output.contains("Exit status: 0 done"));
+}
+
+TEST(Updater, CustomRunsStopWhileWordRunsAndInstallWhatIsSelected) {
+    Demo d;
+    std::string const word = d.root + "/Applications/Microsoft Word.app/Contents/MacOS/Microsoft Word";
+    fs::create_directories(fs::path(word).parent_path());
+    fs::copy_file("/bin/sleep", word);
+    QProcess running;
+    running.start(QString::fromStdString(word), {"30"});
+    ASSERT_TRUE(running.waitForStarted());
+    Demo::Run const stopped = d.run({"--unattended", "--flow", "custom", "--select", "Styles"});
+    running.kill();
+    running.waitForFinished();
+    EXPECT_EQ(stopped.status, 6) << stopped.output.toStdString();
+
+    Demo::Run const done = d.run({"--unattended", "--flow", "custom", "--select", "Styles", "--deselect", "Fernwick Extension"});
+    EXPECT_EQ(done.status, 0) << done.output.toStdString();
+    EXPECT_TRUE(fs::exists(d.first + "/Product-Support/Content.bundle/Styles/Harvard.ens"));
+    QJsonArray const components = d.reportJson()["components"].toArray();
+    auto styles = std::find_if(components.begin(), components.end(), [](QJsonValue const& c) { return c["name"] == "Styles"; });
+    ASSERT_NE(styles, components.end());
+    EXPECT_EQ(styles->toObject()["after"].toInt(), 1);
+}
+
+TEST(Updater, ARunKilledDuringThePatchLeavesEachCopyWhole) {
+    Demo d;
+    for (int attempt = 0; attempt < 4; ++attempt) {
+        ASSERT_EQ(QProcess::execute(QStringLiteral("bash"), {RF_SOURCE_DIR "/scripts/demo-sandbox", QString::fromStdString(d.root),
+                                                            QString::fromStdString(d.bundle)}),
+                  0);
+        QProcess program;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert("HOME", "/home/demo");
+        program.setProcessEnvironment(environment);
+        program.start(QString::fromStdString(d.bundle + "/Contents/MacOS/Refloom 2025 Updater"),
+                      {"--root", QString::fromStdString(d.root), "--unattended"});
+        program.waitForStarted();
+        QThread::msleep(QRandomGenerator::global()->bounded(20, 400));
+        program.kill();
+        program.waitForFinished();
+        // Whatever the moment, a second run finishes the job and every copy ends new.
+        Demo::Run const again = d.run({"--unattended"});
+        EXPECT_TRUE(again.status == 0 || again.status == 4) << again.output.toStdString();
+        EXPECT_TRUE(d.isNew(d.first)) << attempt;
+        EXPECT_TRUE(d.isNew(d.second)) << attempt;
+    }
+}
