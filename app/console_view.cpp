@@ -66,8 +66,11 @@ void ConsoleView::selectPage(int panel) {
 }
 
 void ConsoleView::setText(QString const& outlet, QString const& text) {
+    // A new question on the same page is a new page to the reader.
+    if (outlet == QLatin1String("patchFound") && text != m_texts.value(outlet)) m_shownPage = false;
     m_texts[outlet] = text;
-    if (isProgress(outlet)) print(QStringLiteral("  ") + text);
+    // Progress shows while work runs, on the pages that search and update.
+    if (isProgress(outlet) && (m_page == 0 || m_page == 10)) print(QStringLiteral("  ") + text);
 }
 
 void ConsoleView::startSpinner(QString const&) {
