@@ -1,41 +1,30 @@
-// One run of a flow in the terminal: starts it, presses the buttons the user (or the
-// unattended rules) choose until the wizard closes, then tells what happened: a line per copy
-// or component, the exit status, and the JSON report.
+// One run of a flow in the terminal: starts it and presses the buttons the user (or the
+// unattended rules) choose until the wizard closes.
 #pragma once
-
-#include <QJsonObject>
-#include <QList>
 
 #include "app/command_line.h"
 #include "app/console_view.h"
 #include "app/rf_controller.h"
+#include "app/run_outcome.h"
 
 namespace Refloom {
 
 class ConsoleSession {
 public:
-    ConsoleSession(rfController& controller, ConsoleView& view, CommandLine const& line);
+    ConsoleSession(rfController& controller, ConsoleView& view, CommandLine const& line, RunOutcome& outcome)
+        : m_controller(controller), m_view(view), m_line(line), m_outcome(outcome) {}
 
-    // Runs the flow to its end; answers the exit status.
-    int run();
-    // What was found and done, for management tools.
-    QJsonObject report() const;
-    // One line per copy or component.
-    QStringList summary() const;
+    // Runs the flow to its end and records the outcome.
+    void run();
 
 private:
-    void start();
-    int status() const;
-    QJsonArray components() const;
-
     rfController& m_controller;
     ConsoleView& m_view;
     CommandLine m_line;
-    bool m_chosen = false;       // the unattended choices have been applied
-    bool m_wordRunning = false;  // stopped on the page that asks to quit Word
-    bool m_stuck = false;
-    QList<int> m_before;         // each rule's state found at the start
-    QList<int> m_after;          // and at the end, when the run changed components
+    RunOutcome& m_outcome;
 };
+
+// Starts the flow the command line names.
+void startFlow(rfController& controller, CommandLine::Flow flow);
 
 } // namespace Refloom

@@ -26,7 +26,7 @@ constexpr PageText kPages[] = {
 
 // The outlets whose text is progress: printed as they change.
 bool isProgress(QString const& outlet) {
-    return outlet == QLatin1String("progressText") || outlet == QLatin1String("processingText");
+    return outlet == QLatin1String("processingText");
 }
 
 char const* mark(int state) {

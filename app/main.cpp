@@ -1,8 +1,7 @@
 // The program: parses the command line, sets the controller up from the bundle it lies in,
-// runs the chosen flow in the terminal, and answers an exit status (and a report) that a
-// script can read. The window comes with the Qt front end; until then, and whenever there is
-// no display, the terminal is the front end.
-#include <QCoreApplication>
+// runs the chosen flow in its window, or in the terminal when asked to or when there is no
+// display, and answers an exit status (and a report) that a script can read.
+#include <QApplication>
 #include <QFile>
 #include <QJsonDocument>
 #include <QSaveFile>
@@ -11,6 +10,7 @@
 
 #include "app/command_line.h"
 #include "app/console_session.h"
+#include "app/window_session.h"
 
 using namespace Refloom;
 
@@ -21,17 +21,46 @@ int fail(int status, QString const& why) {
     return status;
 }
 
+bool hasDisplay() {
+    return !qEnvironmentVariableIsEmpty("DISPLAY") || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") ||
+           !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM");
+}
+
+// Names the user gave that no component has.
+QString unknownComponent(rfController& controller, QStringList const& names) {
+    for (QString const& name : names) {
+        bool known = false;
+        for (int rule = 0; rule < controller.rules().count(); ++rule) known = known || controller.rules().getItemName(rule) == name;
+        if (!known) return name;
+    }
+    return {};
+}
+
+int finish(RunOutcome const& outcome, CommandLine const& line) {
+    for (QString const& summary : outcome.summary()) std::printf("%s\n", summary.toLocal8Bit().constData());
+    if (!line.report.isEmpty()) {
+        QSaveFile report(line.report);
+        if (!report.open(QIODevice::WriteOnly) || report.write(QJsonDocument(outcome.report()).toJson()) < 0 || !report.commit())
+            return fail(exit_failed, QStringLiteral("cannot write the report %1").arg(line.report));
+    }
+    return outcome.status();
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
-    QCoreApplication application(argc, argv);
+    QStringList arguments;
+    for (int i = 1; i < argc; ++i) arguments << QString::fromLocal8Bit(argv[i]);
     QString error;
-    std::optional<CommandLine> const line = CommandLine::parse(application.arguments().mid(1), error);
+    std::optional<CommandLine> const line = CommandLine::parse(arguments, error);
     if (!line) return fail(exit_usage, error);
     if (line->help) {
         std::fputs(CommandLine::usage().toLocal8Bit().constData(), stdout);
         return exit_done;
     }
+    bool const window = !line->console && !line->unattended && hasDisplay();
+    std::unique_ptr<QCoreApplication> application =
+        window ? std::make_unique<QApplication>(argc, argv) : std::make_unique<QCoreApplication>(argc, argv);
 
     rfController::Setup setup{.root = SystemRoot::fromEnvironment(line->root),
                               .bundlePath = rfController::Setup::runningBundle(),
@@ -39,23 +68,23 @@ int main(int argc, char** argv) {
                               .mode = line->mode};
     if (!QFile::exists(setup.resourceDir() + QLatin1Char('/') + QLatin1String(rfRules::kFileName)))
         return fail(exit_failed, QStringLiteral("the bundle's resources are missing: %1").arg(setup.resourceDir()));
+
+    if (window) {
+        std::unique_ptr<QtWizardView> view = loadCustomizerWindow(setup.resourceDir());
+        if (!view) return fail(exit_failed, QStringLiteral("cannot load the window file of %1").arg(setup.resourceDir()));
+        QtWizardView* shown = view.get();
+        rfController controller(std::move(view), setup);
+        RunOutcome outcome(controller, *line);
+        showCustomizerFromMenu(controller, *shown, *line, outcome);
+        return finish(outcome, *line);
+    }
     auto* view = new ConsoleView(stdin, stdout, line->unattended);
     rfController controller(std::unique_ptr<WizardView>(view), setup);
     view->setComponents(&controller.componentModel());
     controller.terminate = [view] { view->close(); };
-    for (QString const& name : line->select + line->deselect) {
-        bool known = false;
-        for (int rule = 0; rule < controller.rules().count(); ++rule) known = known || controller.rules().getItemName(rule) == name;
-        if (!known) return fail(exit_usage, QStringLiteral("no component is named \"%1\" (see the component page)").arg(name));
-    }
-
-    ConsoleSession session(controller, *view, *line);
-    int const status = session.run();
-    for (QString const& summary : session.summary()) std::printf("%s\n", summary.toLocal8Bit().constData());
-    if (!line->report.isEmpty()) {
-        QSaveFile report(line->report);
-        if (!report.open(QIODevice::WriteOnly) || report.write(QJsonDocument(session.report()).toJson()) < 0 || !report.commit())
-            return fail(exit_failed, QStringLiteral("cannot write the report %1").arg(line->report));
-    }
-    return status;
+    if (QString const name = unknownComponent(controller, line->select + line->deselect); !name.isNull())
+        return fail(exit_usage, QStringLiteral("no component is named \"%1\" (see the component page)").arg(name));
+    RunOutcome outcome(controller, *line);
+    ConsoleSession(controller, *view, *line, outcome).run();
+    return finish(outcome, *line);
 }

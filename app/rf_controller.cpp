@@ -10,8 +10,8 @@ namespace Refloom {
 namespace {
 
 constexpr int kWordQuitPage = 12;
-// The text field of the progress page that names the item being worked on.
-constexpr char const* kProgressText = "progressText";
+// The status line of the progress page, which names the item being worked on.
+constexpr char const* kProgressText = "processingText";
 
 } // namespace
 

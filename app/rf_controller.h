@@ -76,6 +76,7 @@ public:
     PatchFlow& patchFlow() { return m_patchFlow; }
     int resultCode() const { return mResultCode; }
     SystemRoot const& systemRoot() const { return m_root; }
+    QString resourceDir() const { return m_custResourceDir; }
     // The installer bundle and the folder that holds it, learned from the program's location.
     QString bundlePath() const { return m_bundlePath; }
     QString installerFolder() const;

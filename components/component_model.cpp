@@ -34,10 +34,11 @@ QVariant ComponentModel::data(QModelIndex const& index, int role) const {
     if (!index.isValid()) return {};
     rfItem* const item = itemAt(index);
     int const state = item->getItemState();
-    if (role == Qt::DisplayRole) {
+    if (role == Qt::DisplayRole || role == Qt::EditRole) {
         switch (index.column()) {
         case component: return item->getItemName();
-        case installed: return QString::fromLatin1(state != item_absent ? "1" : "0");
+        // The box's value: shown by the box itself, so it has no text of its own.
+        case installed: return role == Qt::EditRole ? QVariant(QString::fromLatin1(state != item_absent ? "1" : "0")) : QVariant();
         case info: return item->getItemDescription();
         }
     }

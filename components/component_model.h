@@ -1,5 +1,6 @@
 // The component tree as a Qt item model, so that the window's outline and the console show
-// the same tree: columns "component", "installed" (a tri-state check box) and "info".
+// the same tree: columns "component", "installed" (a tri-state check box whose value, "1" or
+// "0", is its edit role) and "info".
 #pragma once
 
 #include <QAbstractItemModel>

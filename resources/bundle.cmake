@@ -27,8 +27,10 @@ endfunction()
 # where their mode handlers look: beside the bundle (the add-ins, the Services helper, the
 # content bundle, the extras) and inside it (the Spotlight importer).
 function(rf_lay_out_components)
-  configure_file("${PROJECT_SOURCE_DIR}/resources/Customizer.rules.txt"
-                 "${RF_BUNDLE_DIR}/Contents/Resources/Customizer.rules.txt" COPYONLY)
+  foreach(resource Customizer.rules.txt Customizer.ui rfPanel.ui "Update Readme.txt" "License Agreement.txt"
+                   Customizer.icns Refloom_Folder.icns)
+    configure_file("${PROJECT_SOURCE_DIR}/resources/${resource}" "${RF_BUNDLE_DIR}/Contents/Resources/${resource}" COPYONLY)
+  endforeach()
   add_custom_target(rf_components_payload ALL
     COMMAND ${CMAKE_COMMAND} -E copy_directory "${PROJECT_SOURCE_DIR}/resources/components/beside" "${CMAKE_BINARY_DIR}"
     COMMAND ${CMAKE_COMMAND} -E copy_directory "${PROJECT_SOURCE_DIR}/resources/components/inside" "${RF_BUNDLE_DIR}/Contents"

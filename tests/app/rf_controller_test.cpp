@@ -113,7 +113,7 @@ TEST(rfController, StartingAFlowLogsItsBannerAndShowsItsFirstPage) {
 
     c.controller.logInstall(QStringLiteral("Word add-in"), 2);
     EXPECT_TRUE(c.log().endsWith(QStringLiteral(" State: Word add-in Mode: mode_copy\n")));
-    EXPECT_EQ(c.view->texts.value(QStringLiteral("progressText")), QStringLiteral("Processing: Word add-in"));
+    EXPECT_EQ(c.view->texts.value(QStringLiteral("processingText")), QStringLiteral("Processing: Word add-in"));
 }
 
 TEST(rfController, NextBackAndJumps) {

@@ -1,0 +1,123 @@
+#include "app/run_outcome.h"
+
+#include <QDateTime>
+
+#include "wizard/state_tables.h"
+
+namespace Refloom {
+namespace {
+
+char const* flowName(CommandLine::Flow flow) {
+    switch (flow) {
+    case CommandLine::Flow::patch: return "patch";
+    case CommandLine::Flow::custom: return "custom";
+    case CommandLine::Flow::web: return "web";
+    case CommandLine::Flow::install: return "install";
+    }
+    return "";
+}
+
+QString answerName(CommandRunner::Authorization answer) {
+    switch (answer) {
+    case CommandRunner::Authorization::granted: return QStringLiteral("granted");
+    case CommandRunner::Authorization::refused: return QStringLiteral("refused");
+    default: return QStringLiteral("not needed");
+    }
+}
+
+} // namespace
+
+void RunOutcome::recordStart() {
+    rfRules const& rules = m_controller.rules();
+    for (int rule = 0; rule < rules.count(); ++rule) m_before.append(rules.getItemInitialState(rule));
+}
+
+void RunOutcome::recordEnd(bool wordRunning, bool stuck) {
+    m_wordRunning = wordRunning;
+    m_stuck = stuck;
+    if (m_line.flow == CommandLine::Flow::patch || wordRunning) return;
+    // The state each component has now, as a check pass finds it.
+    m_controller.driver().installCheck();
+    for (int rule = 0; rule < m_controller.rules().count(); ++rule) m_after.append(m_controller.rules().getItemInitialState(rule));
+}
+
+int RunOutcome::status() const {
+    if (m_stuck) return exit_failed;
+    if (m_wordRunning) return exit_word_running;
+    bool const refused = m_controller.runner().lastAnswer() == CommandRunner::Authorization::refused;
+    if (m_line.flow == CommandLine::Flow::patch) {
+        QList<PatchFlow::Copy> const& copies = m_controller.patchFlow().copies();
+        if (std::none_of(copies.begin(), copies.end(), [](PatchFlow::Copy const& c) { return c.patchable; })) return exit_nothing_found;
+        if (refused) return exit_refused;
+        bool const failed = std::any_of(copies.begin(), copies.end(), [](PatchFlow::Copy const& c) { return c.answered && !c.patched; });
+        return failed ? exit_some_failed : exit_done;
+    }
+    if (refused) return exit_refused;
+    // An install that the check pass does not find afterwards has failed; removals whose
+    // component a check cannot see are not judged.
+    rfRules const& rules = m_controller.rules();
+    for (int rule = 0; rule < m_after.size(); ++rule)
+        if (!rules.getItemMethod(rule).isNull() && rules.getItemState(rule) == 1 && m_after[rule] != 1) return exit_some_failed;
+    return exit_done;
+}
+
+QJsonArray RunOutcome::components() const {
+    QJsonArray list;
+    rfRules const& rules = m_controller.rules();
+    for (int rule = 0; rule < m_after.size(); ++rule) {
+        if (rules.getItemMethod(rule).isNull()) continue;
+        list.append(QJsonObject{{"name", rules.getItemName(rule)},
+                                {"before", m_before.value(rule)},
+                                {"chosen", rules.getItemState(rule)},
+                                {"after", m_after[rule]}});
+    }
+    return list;
+}
+
+QJsonObject RunOutcome::report() const {
+    QJsonArray copies;
+    for (PatchFlow::Copy const& copy : m_controller.patchFlow().copies())
+        copies.append(QJsonObject{{"path", copy.folder},
+                                  {"versionBefore", copy.versionBefore},
+                                  {"versionAfter", copy.answered ? copy.versionAfter : copy.versionBefore},
+                                  {"dryRun", copy.patchable ? "patchable" : "unpatchable"},
+                                  {"patch", copy.patched ? "patched" : copy.answered ? "failed" : copy.offered ? "declined" : "not offered"},
+                                  {"administrator", copy.administrator}});
+    int const exit = status();
+    return QJsonObject{{"program", "Refloom 2025 Updater"},
+                       {"flow", flowName(m_line.flow)},
+                       {"root", m_controller.systemRoot().root()},
+                       {"finished", QDateTime::currentDateTimeUtc().toString(Qt::ISODate)},
+                       {"authorization", answerName(m_controller.runner().lastAnswer())},
+                       {"exitStatus", exit},
+                       {"copies", copies},
+                       {"components", components()},
+                       {"log", m_controller.log().path()}};
+}
+
+QStringList RunOutcome::summary() const {
+    QStringList lines;
+    for (PatchFlow::Copy const& copy : m_controller.patchFlow().copies()) {
+        if (copy.patched)
+            lines << QStringLiteral("Updated: %1 (%2 -> %3)").arg(copy.folder, copy.versionBefore, copy.versionAfter);
+        else if (copy.answered)
+            lines << QStringLiteral("Not updated: %1").arg(copy.folder);
+        else if (!copy.patchable)
+            lines << QStringLiteral("Cannot be updated (already up to date or changed): %1").arg(copy.folder);
+        else
+            lines << QStringLiteral("Left as it was: %1").arg(copy.folder);
+    }
+    if (m_line.flow == CommandLine::Flow::patch && lines.isEmpty()) lines << QStringLiteral("No copy of Refloom 2025 was found.");
+    for (QJsonValue const& value : components()) {
+        QJsonObject const c = value.toObject();
+        lines << QStringLiteral("%1: %2 (was %3, now %4)")
+                     .arg(c["name"].toString(), c["chosen"].toInt() == 1 ? QStringLiteral("install") : QStringLiteral("remove"))
+                     .arg(c["before"].toInt())
+                     .arg(c["after"].toInt());
+    }
+    if (m_wordRunning) lines << QStringLiteral("Stopped: Microsoft Word is running; quit it and run again.");
+    if (m_stuck) lines << QStringLiteral("Stopped: the wizard did not move on by itself.");
+    return lines;
+}
+
+} // namespace Refloom

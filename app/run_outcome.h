@@ -1,0 +1,40 @@
+// What a run found and did, whatever its front end: the exit status a script reads, the
+// JSON report a management tool collects, and a line per copy or component.
+#pragma once
+
+#include <QJsonArray>
+#include <QJsonObject>
+#include <QList>
+#include <QStringList>
+
+#include "app/command_line.h"
+#include "app/rf_controller.h"
+
+namespace Refloom {
+
+class RunOutcome {
+public:
+    RunOutcome(rfController& controller, CommandLine const& line) : m_controller(controller), m_line(line) {}
+
+    // The components' states as the flow found them; call once the flow has started.
+    void recordStart();
+    // The end: whether it stopped on the quit-Word page or went nowhere; checks the components
+    // again when the run changed them.
+    void recordEnd(bool wordRunning, bool stuck);
+
+    int status() const;
+    QJsonObject report() const;
+    QStringList summary() const;
+
+private:
+    QJsonArray components() const;
+
+    rfController& m_controller;
+    CommandLine m_line;
+    bool m_wordRunning = false;
+    bool m_stuck = false;
+    QList<int> m_before;  // each rule's state found at the start
+    QList<int> m_after;   // and at the end, when the run changed components
+};
+
+} // namespace Refloom

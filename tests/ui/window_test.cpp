@@ -1,0 +1,132 @@
+// The window, offscreen: its file holds every outlet the code uses, its sheet keeps its button
+// rules, and a flow walks to its end by clicking.
+#include <gtest/gtest.h>
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QDirIterator>
+#include <QDomDocument>
+#include <QRegularExpression>
+#include <QTimer>
+#include <QtTest/QTest>
+
+#include "app/window_session.h"
+#include "tests/fixtures/privileged.h"
+#include "tests/fixtures/scratch.h"
+
+using namespace Refloom;
+
+namespace {
+
+QApplication& application() {
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    static int argc = 1;
+    static char name[] = "ui_tests";
+    static char* argv[] = {name, nullptr};
+    // Kept to the end of the process: destroying it among the static objects at exit crashes
+    // in the test library's input devices.
+    static QApplication* app = new QApplication(argc, argv);
+    return *app;
+}
+
+QString resources() { return rf_test::bundleResources(); }
+
+// The object names of a window file.
+QSet<QString> objectNames(QString const& file) {
+    QFile ui(file);
+    ui.open(QIODevice::ReadOnly);
+    QDomDocument document;
+    document.setContent(&ui);
+    QSet<QString> names;
+    QDomNodeList const widgets = document.elementsByTagName(QStringLiteral("widget"));
+    for (int i = 0; i < widgets.size(); ++i) names.insert(widgets.at(i).toElement().attribute(QStringLiteral("name")));
+    return names;
+}
+
+// Clicks the sheet's button of that name as soon as the sheet shows.
+void answerSheetWith(char const* button) {
+    QTimer::singleShot(0, [button] {
+        for (QWidget* top : QApplication::topLevelWidgets())
+            if (auto* choice = top->findChild<QAbstractButton*>(QString::fromLatin1(button)); choice && top->isVisible()) {
+                choice->click();
+                return;
+            }
+    });
+}
+
+} // namespace
+
+TEST(Window, ItsFileHoldsEveryOutletTheCodeNames) {
+    QSet<QString> const names = objectNames(resources() + "/Customizer.ui");
+    QRegularExpression const use(R"re((?:setText|setEnabled|setHidden|startSpinner|stopSpinner|cellState|selectedRow|reload|attachModel)\(QStringLiteral\("(\w+)"\))re");
+    QSet<QString> used{"acTbl", "patchFound", "processingText", "rfTabView", "outlineText", "titleText", "rfImage",
+                       "backBtn", "nextBtn", "cancelBtn", "helpBtn"};
+    for (char const* folder : {"app", "components", "integrations", "updater", "ui"}) {
+        QDirIterator files(QStringLiteral(RF_SOURCE_DIR "/") + folder, {"*.cpp"}, QDir::Files);
+        while (files.hasNext()) {
+            QFile source(files.next());
+            source.open(QIODevice::ReadOnly);
+            for (auto match = use.globalMatch(QString::fromUtf8(source.readAll())); match.hasNext();) used.insert(match.next().captured(1));
+        }
+    }
+    for (QString const& name : used) EXPECT_TRUE(names.contains(name)) << name.toStdString() << " is not in Customizer.ui";
+    EXPECT_EQ(QSet<QString>(names).intersect({"msgText", "msgIcon", "defBtn", "altBtn", "othBtn"}).size(), 0);
+    EXPECT_EQ(objectNames(resources() + "/rfPanel.ui").intersect({"msgText", "msgIcon", "defBtn", "altBtn", "othBtn"}).size(), 5);
+}
+
+TEST(Window, MissingWindowFilesAreReportedNotFatal) {
+    application();
+    rf_test::Scratch scratch;
+    EXPECT_FALSE(loadCustomizerWindow(QString::fromStdString(scratch / "nothing here")));
+    rfPanelController missing(QString::fromStdString(scratch / "rfPanel.ui"));
+    EXPECT_EQ(missing.showSheetOnWindow(nullptr, "Updater", "?", "No", "Yes", QString()), 1);
+}
+
+TEST(Window, TheSheetShowsTheButtonsItIsGivenAndAnswersByButton) {
+    application();
+    rfPanelController sheet(resources() + "/rfPanel.ui");
+    struct Case {
+        char const* press;
+        int answer;
+    };
+    for (Case const c : {Case{"defBtn", 1}, Case{"altBtn", 0}, Case{"othBtn", -1}}) {
+        answerSheetWith(c.press);
+        EXPECT_EQ(sheet.showSheetOnWindow(nullptr, "Updater", "Sure?", "No", "Yes", "Later"), c.answer) << c.press;
+    }
+    // No texts: one button, "OK".
+    bool onlyOk = false;
+    QTimer::singleShot(0, [&onlyOk] {
+        for (QWidget* top : QApplication::topLevelWidgets()) {
+            auto* ok = top->findChild<QAbstractButton*>("defBtn");
+            auto* alternate = top->findChild<QAbstractButton*>("altBtn");
+            auto* other = top->findChild<QAbstractButton*>("othBtn");
+            if (!ok || !top->isVisible()) continue;
+            onlyOk = ok->text() == "OK" && !alternate->isVisible() && !other->isVisible();
+            ok->click();
+        }
+    });
+    EXPECT_EQ(sheet.showSheetOnWindow(nullptr, "Updater", "Note", QString(), QString(), QString()), 1);
+    EXPECT_TRUE(onlyOk);
+}
+
+TEST(Window, ThePatchFlowWalksToItsEndByClicking) {
+    application();
+    rf_test::Scratch scratch;
+    rfController::Setup const setup{.root = SystemRoot(QString::fromStdString(scratch / "root"), "/home/u"),
+                                    .bundlePath = QStringLiteral(RF_TEST_BUNDLE), .custResourceDir = QString(), .mode = 0};
+    std::unique_ptr<QtWizardView> view = loadCustomizerWindow(setup.resourceDir());
+    ASSERT_TRUE(view);
+    QtWizardView* shown = view.get();
+    rfController controller(std::move(view), setup);
+    controller.terminate = [] {};
+    setUpWindow(controller, *shown);
+    controller.startPatchState();
+    auto* next = shown->window()->findChild<QAbstractButton*>("nextBtn");
+    EXPECT_EQ(shown->selectedPage(), 14);
+    QTest::mouseClick(next, Qt::LeftButton);
+    EXPECT_EQ(shown->selectedPage(), 4);
+    QTest::mouseClick(next, Qt::LeftButton);
+    EXPECT_EQ(shown->selectedPage(), 18);  // an empty root: nothing found
+    QTest::mouseClick(next, Qt::LeftButton);
+    EXPECT_TRUE(shown->isClosed());
+}
