@@ -20,6 +20,7 @@ enum ExitStatus : int {
     exit_nothing_found = 4,   // the updater found no copy it could patch
     exit_refused = 5,         // administrator rights were needed and refused
     exit_word_running = 6,    // an install or custom run stopped because Word is running
+    exit_cancelled = 7,       // the user cancelled
 };
 
 struct CommandLine {

@@ -148,15 +148,22 @@ ConsoleView::Press ConsoleView::waitForPress() {
     showPage();
     if (m_unattended) return Press::next;
     if (m_page == 6 && m_components) tickComponents();
-    QString choices = QStringLiteral("[Enter] %1").arg(m_titles[int(Button::next)].isEmpty() ? QStringLiteral("Next") : m_titles[int(Button::next)]);
-    if (m_enabled[int(Button::back)] && m_shown[int(Button::back)])
-        choices += QStringLiteral("  [b] %1").arg(m_titles[int(Button::back)].isEmpty() ? QStringLiteral("Back") : m_titles[int(Button::back)]);
-    if (m_enabled[int(Button::cancel)]) choices += QStringLiteral("  [c] Cancel");
-    QString const answer = readLine(choices + QStringLiteral(": "));
-    if (answer.isNull()) return Press::cancel;
-    if (answer.startsWith(QLatin1Char('b'), Qt::CaseInsensitive)) return Press::back;
-    if (answer.startsWith(QLatin1Char('c'), Qt::CaseInsensitive)) return Press::cancel;
-    return Press::next;
+    auto offered = [this](Button button) { return m_enabled[int(button)] && m_shown[int(button)]; };
+    auto named = [this](Button button, char const* plain) {
+        return m_titles[int(button)].isEmpty() ? QString::fromLatin1(plain) : m_titles[int(button)];
+    };
+    QStringList choices;
+    if (offered(Button::next)) choices << QStringLiteral("[Enter] %1").arg(named(Button::next, "Next"));
+    if (offered(Button::back)) choices << QStringLiteral("[b] %1").arg(named(Button::back, "Back"));
+    if (offered(Button::cancel)) choices << QStringLiteral("[c] Cancel");
+    for (;;) {
+        QString const answer = readLine(choices.join(QStringLiteral("  ")) + QStringLiteral(": "));
+        if (answer.isNull()) return Press::cancel;  // end of input
+        if (answer.startsWith(QLatin1Char('b'), Qt::CaseInsensitive) && offered(Button::back)) return Press::back;
+        if (answer.startsWith(QLatin1Char('c'), Qt::CaseInsensitive) && offered(Button::cancel)) return Press::cancel;
+        // A disabled Next (an agreement not accepted) does not go on.
+        if (answer.isEmpty() && offered(Button::next)) return Press::next;
+    }
 }
 
 int ConsoleView::cellState(QString const& outlet, int cell) const {

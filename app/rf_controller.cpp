@@ -169,6 +169,7 @@ void rfController::back() {
 }
 
 void rfController::cancel() {
+    m_cancelled = true;
     m_log.logMessage(QString::fromLatin1(InstallerLog::kUserCancelled));
     dethenticate();
     m_view->close();

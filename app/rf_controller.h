@@ -75,6 +75,8 @@ public:
     BrowserExtension& browserExtension() { return m_browserExtension; }
     PatchFlow& patchFlow() { return m_patchFlow; }
     int resultCode() const { return mResultCode; }
+    // True once the user pressed Cancel.
+    bool cancelled() const { return m_cancelled; }
     SystemRoot const& systemRoot() const { return m_root; }
     QString resourceDir() const { return m_custResourceDir; }
     // The installer bundle and the folder that holds it, learned from the program's location.
@@ -159,6 +161,7 @@ private:
     QString m_custResourceDir;
     int m_mode = 0;
     int mResultCode = 0;
+    bool m_cancelled = false;
 };
 
 } // namespace Refloom

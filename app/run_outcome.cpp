@@ -32,10 +32,13 @@ void RunOutcome::recordStart() {
     for (int rule = 0; rule < rules.count(); ++rule) m_before.append(rules.getItemInitialState(rule));
 }
 
-void RunOutcome::recordEnd(bool wordRunning, bool stuck) {
+void RunOutcome::recordEnd(bool wordRunning, bool stuck, bool cancelled) {
     m_wordRunning = wordRunning;
     m_stuck = stuck;
-    if (m_line.flow == CommandLine::Flow::patch || wordRunning) return;
+    m_cancelled = cancelled;
+    if (m_line.flow == CommandLine::Flow::patch || wordRunning || cancelled) return;
+    // What was chosen, before the check pass below resets it to what it finds.
+    for (int rule = 0; rule < m_controller.rules().count(); ++rule) m_chosen.append(m_controller.rules().getItemState(rule));
     // The state each component has now, as a check pass finds it.
     m_controller.driver().installCheck();
     for (int rule = 0; rule < m_controller.rules().count(); ++rule) m_after.append(m_controller.rules().getItemInitialState(rule));
@@ -43,6 +46,7 @@ void RunOutcome::recordEnd(bool wordRunning, bool stuck) {
 
 int RunOutcome::status() const {
     if (m_stuck) return exit_failed;
+    if (m_cancelled) return exit_cancelled;
     if (m_wordRunning) return exit_word_running;
     bool const refused = m_controller.runner().lastAnswer() == CommandRunner::Authorization::refused;
     if (m_line.flow == CommandLine::Flow::patch) {
@@ -57,7 +61,7 @@ int RunOutcome::status() const {
     // component a check cannot see are not judged.
     rfRules const& rules = m_controller.rules();
     for (int rule = 0; rule < m_after.size(); ++rule)
-        if (!rules.getItemMethod(rule).isNull() && rules.getItemState(rule) == 1 && m_after[rule] != 1) return exit_some_failed;
+        if (!rules.getItemMethod(rule).isNull() && m_chosen.value(rule) == 1 && m_after[rule] != 1) return exit_some_failed;
     return exit_done;
 }
 
@@ -68,7 +72,7 @@ QJsonArray RunOutcome::components() const {
         if (rules.getItemMethod(rule).isNull()) continue;
         list.append(QJsonObject{{"name", rules.getItemName(rule)},
                                 {"before", m_before.value(rule)},
-                                {"chosen", rules.getItemState(rule)},
+                                {"chosen", m_chosen.value(rule)},
                                 {"after", m_after[rule]}});
     }
     return list;
@@ -107,7 +111,7 @@ QStringList RunOutcome::summary() const {
         else
             lines << QStringLiteral("Left as it was: %1").arg(copy.folder);
     }
-    if (m_line.flow == CommandLine::Flow::patch && lines.isEmpty()) lines << QStringLiteral("No copy of Refloom 2025 was found.");
+    if (m_line.flow == CommandLine::Flow::patch && lines.isEmpty() && !m_cancelled) lines << QStringLiteral("No copy of Refloom 2025 was found.");
     for (QJsonValue const& value : components()) {
         QJsonObject const c = value.toObject();
         lines << QStringLiteral("%1: %2 (was %3, now %4)")
@@ -117,6 +121,7 @@ QStringList RunOutcome::summary() const {
     }
     if (m_wordRunning) lines << QStringLiteral("Stopped: Microsoft Word is running; quit it and run again.");
     if (m_stuck) lines << QStringLiteral("Stopped: the wizard did not move on by itself.");
+    if (m_cancelled) lines << QStringLiteral("Cancelled.");
     return lines;
 }
 

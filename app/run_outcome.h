@@ -18,9 +18,9 @@ public:
 
     // The components' states as the flow found them; call once the flow has started.
     void recordStart();
-    // The end: whether it stopped on the quit-Word page or went nowhere; checks the components
-    // again when the run changed them.
-    void recordEnd(bool wordRunning, bool stuck);
+    // The end: whether it stopped on the quit-Word page, went nowhere or was cancelled; checks
+    // the components again when the run changed them.
+    void recordEnd(bool wordRunning, bool stuck, bool cancelled);
 
     int status() const;
     QJsonObject report() const;
@@ -33,7 +33,9 @@ private:
     CommandLine m_line;
     bool m_wordRunning = false;
     bool m_stuck = false;
+    bool m_cancelled = false;
     QList<int> m_before;  // each rule's state found at the start
+    QList<int> m_chosen;  // what the run asked of it
     QList<int> m_after;   // and at the end, when the run changed components
 };
 

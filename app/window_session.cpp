@@ -68,7 +68,7 @@ int showCustomizerFromMenu(rfController& controller, QtWizardView& view, Command
     startFlow(controller, line.flow);
     outcome.recordStart();
     if (!view.isClosed()) QApplication::exec();
-    outcome.recordEnd(false, false);
+    outcome.recordEnd(false, false, controller.cancelled());
     return controller.resultCode() ? controller.resultCode() : rfController::kResultNormal;
 }
 

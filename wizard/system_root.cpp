@@ -1,5 +1,8 @@
 #include "wizard/system_root.h"
 
+#include <pwd.h>
+#include <unistd.h>
+
 #include <QDir>
 
 namespace Refloom {
@@ -13,7 +16,11 @@ SystemRoot SystemRoot::fromEnvironment(QString const& commandLineRoot) {
     QString root = commandLineRoot;
     if (root.isEmpty()) root = qEnvironmentVariable("RF_ROOT");
     if (!root.isEmpty()) root = QDir(root).absolutePath();
-    return SystemRoot(root, QDir::homePath());
+    // Without HOME, Qt answers "/"; the password database knows better.
+    QString home = qEnvironmentVariable("HOME");
+    if (home.isEmpty())
+        if (passwd const* account = getpwuid(getuid()); account && account->pw_dir) home = QString::fromLocal8Bit(account->pw_dir);
+    return SystemRoot(root, home.isEmpty() ? QDir::homePath() : QDir::cleanPath(home));
 }
 
 QString SystemRoot::home() const { return m_root + m_home; }

@@ -104,7 +104,7 @@ TEST(CommandRunner, SystemCallLogsOutputWhileTheCommandRuns) {
     Runner r;
     // The script goes on only once its first line is in the log: a log written at the end
     // would make it give up.
-    r.script("slow.sh", "echo first\nfor i in $(seq 100); do grep -q first \"$1\" && { echo seen; exit 0; }; sleep 0.05; done\necho unseen\n");
+    r.script("slow.sh", "echo first\nfor i in $(seq 100); do grep -qs first \"$1\" && { echo seen; exit 0; }; sleep 0.05; done\necho unseen\n");
     EXPECT_EQ(r.runner.systemCallWithLog(QStringLiteral("slow.sh"), QStringList{r.log.path()}, true), 0);
     EXPECT_EQ(r.messages().mid(0, 2), (QStringList{"first", "seen"}));
 }

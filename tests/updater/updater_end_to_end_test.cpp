@@ -183,6 +183,17 @@ TEST(Updater, CustomRunsStopWhileWordRunsAndInstallWhatIsSelected) {
     auto styles = std::find_if(components.begin(), components.end(), [](QJsonValue const& c) { return c["name"] == "Styles"; });
     ASSERT_NE(styles, components.end());
     EXPECT_EQ(styles->toObject()["after"].toInt(), 1);
+    // What nobody named is left as it was.
+    auto spotlight = std::find_if(components.begin(), components.end(), [](QJsonValue const& c) { return c["name"] == "Spotlight Importer"; });
+    ASSERT_NE(spotlight, components.end());
+    EXPECT_EQ(spotlight->toObject()["chosen"].toInt(), -1);
+}
+
+TEST(Updater, CancelHasAStatusOfItsOwn) {
+    Demo d;
+    Demo::Run const run = d.run({"--console"}, "c\n");
+    EXPECT_EQ(run.status, 7) << run.output.toStdString();
+    EXPECT_TRUE(d.log().contains("Updater: User Cancelled"));
 }
 
 TEST(Updater, ARunKilledDuringThePatchLeavesEachCopyWhole) {
