@@ -79,6 +79,8 @@ public:
     bool cancelled() const { return m_cancelled; }
     SystemRoot const& systemRoot() const { return m_root; }
     QString resourceDir() const { return m_custResourceDir; }
+    // The "RFCustomizerData" dictionary of the installer's Info.plist.
+    QVariantMap const& customizerData() const { return m_customizerData; }
     // The installer bundle and the folder that holds it, learned from the program's location.
     QString bundlePath() const { return m_bundlePath; }
     QString installerFolder() const;

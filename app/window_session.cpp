@@ -6,6 +6,7 @@
 #include <QStringDecoder>
 
 #include "app/console_session.h"
+#include "ui/rf_help_context.h"
 #include "ui/window_files.h"
 #include "wizard/state_tables.h"
 
@@ -66,6 +67,11 @@ void setUpWindow(rfController& controller, QtWizardView& view) {
 int showCustomizerFromMenu(rfController& controller, QtWizardView& view, CommandLine const& line, RunOutcome& outcome) {
     setUpWindow(controller, view);
     startFlow(controller, line.flow);
+    // Help names the flow's topic; F1 and the help button open its page.
+    view.window()->setProperty("secretIdentity", controller.engine().secretIdentity());
+    RFHelpContext& help = RFHelpContext::shared(controller.resourceDir(), controller.customizerData().value(QStringLiteral("DocumentationHost")).toString());
+    help.install();
+    controller.operations().add(QStringLiteral("showHelp:"), [&help](QVariant const&) { return QVariant(help.onHelpbutton()); });
     outcome.recordStart();
     if (!view.isClosed()) QApplication::exec();
     outcome.recordEnd(false, false, controller.cancelled());

@@ -13,21 +13,11 @@
 #include "app/window_session.h"
 #include "tests/fixtures/privileged.h"
 #include "tests/fixtures/scratch.h"
+#include "tests/ui/offscreen_app.h"
 
 using namespace Refloom;
 
 namespace {
-
-QApplication& application() {
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    static int argc = 1;
-    static char name[] = "ui_tests";
-    static char* argv[] = {name, nullptr};
-    // Kept to the end of the process: destroying it among the static objects at exit crashes
-    // in the test library's input devices.
-    static QApplication* app = new QApplication(argc, argv);
-    return *app;
-}
 
 QString resources() { return rf_test::bundleResources(); }
 
@@ -75,7 +65,7 @@ TEST(Window, ItsFileHoldsEveryOutletTheCodeNames) {
 }
 
 TEST(Window, MissingWindowFilesAreReportedNotFatal) {
-    application();
+    rf_test::offscreenApplication();
     rf_test::Scratch scratch;
     EXPECT_FALSE(loadCustomizerWindow(QString::fromStdString(scratch / "nothing here")));
     rfPanelController missing(QString::fromStdString(scratch / "rfPanel.ui"));
@@ -83,7 +73,7 @@ TEST(Window, MissingWindowFilesAreReportedNotFatal) {
 }
 
 TEST(Window, TheSheetShowsTheButtonsItIsGivenAndAnswersByButton) {
-    application();
+    rf_test::offscreenApplication();
     rfPanelController sheet(resources() + "/rfPanel.ui");
     struct Case {
         char const* press;
@@ -110,7 +100,7 @@ TEST(Window, TheSheetShowsTheButtonsItIsGivenAndAnswersByButton) {
 }
 
 TEST(Window, ThePatchFlowWalksToItsEndByClicking) {
-    application();
+    rf_test::offscreenApplication();
     rf_test::Scratch scratch;
     rfController::Setup const setup{.root = SystemRoot(QString::fromStdString(scratch / "root"), "/home/u"),
                                     .bundlePath = QStringLiteral(RF_TEST_BUNDLE), .custResourceDir = QString(), .mode = 0};
