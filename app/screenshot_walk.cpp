@@ -1,6 +1,7 @@
 // Walks the flows in the window, offscreen, on a sandbox root, and saves a picture of every
 // page it shows: docs/screenshots/FLOW-NN-PAGE.png. Run by the "screenshots" target.
 //   rf_screenshots BUNDLE ROOT OUTPUT_FOLDER
+#include <QAbstractButton>
 #include <QApplication>
 #include <QDir>
 #include <QPixmap>
@@ -55,6 +56,9 @@ void walk(QString const& bundle, QString const& root, QString const& output, Wal
                                  .arg(step, 2, 10, QLatin1Char('0'))
                                  .arg(shown->selectedPage());
         shown->window()->grab().save(file);
+        // Agree on the license page, as a user would before going on.
+        if (shown->selectedPage() == 5)
+            if (auto* agree = shown->window()->findChild<QWidget*>(QStringLiteral("agreeBtns"))->findChild<QAbstractButton*>()) agree->click();
         // No to each copy offered, so that every walk finds the copies as they were.
         controller.runSelector(shown->selectedPage() == 16 ? QStringLiteral("back:") : QStringLiteral("next:"));
     }
@@ -69,7 +73,8 @@ int main(int argc, char** argv) {
     if (argc != 4) return 2;
     QString const bundle = QString::fromLocal8Bit(argv[1]), root = QString::fromLocal8Bit(argv[2]), output = QString::fromLocal8Bit(argv[3]);
     QDir().mkpath(output);
-    for (Walk const& flow : {Walk{"patch", CommandLine::Flow::patch}, Walk{"custom", CommandLine::Flow::custom}})
+    for (Walk const& flow : {Walk{"patch", CommandLine::Flow::patch}, Walk{"custom", CommandLine::Flow::custom},
+                             Walk{"install", CommandLine::Flow::install}, Walk{"web", CommandLine::Flow::web}})
         for (bool dark : {false, true}) walk(bundle, root, output, flow, dark);
     return 0;
 }
