@@ -102,3 +102,17 @@ TEST(ApplyPatch, RefusesAFolderNotInItsSourceState) {
     r.scratch.write("folder/kept.txt", "kept");
     EXPECT_EQ(r.apply(r.folder, r.good, "-n"), 6);
 }
+
+TEST(MakePatch, AKeyPairIsItsOwnersAloneAndNeverWrittenOver) {
+    rf_test::Scratch scratch;
+    std::string const name = scratch / "demo";
+    std::string error;
+    ASSERT_TRUE(generateKeyPair(name + ".key", name + ".pub", error)) << error;
+    EXPECT_EQ(fs::status(name + ".key").permissions() & fs::perms::all, fs::perms::owner_read | fs::perms::owner_write);
+    std::string const before = rf_test::read_file(name + ".key");
+    EXPECT_FALSE(generateKeyPair(name + ".key", name + ".pub", error));
+    EXPECT_EQ(rf_test::read_file(name + ".key"), before);
+    // A public key in the way leaves no private key behind either.
+    EXPECT_FALSE(generateKeyPair(scratch / "other.key", name + ".pub", error));
+    EXPECT_FALSE(fs::exists(scratch / "other.key"));
+}

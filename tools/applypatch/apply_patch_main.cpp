@@ -17,8 +17,27 @@ using namespace Refloom::Patch;
 
 namespace {
 
+constexpr char kHelp[] =
+    "usage: applyPatch -d FOLDER -i PATCH [-n] [-C]\n"
+    "Applies a signed patch to FOLDER: every file the patch changes is checked to be exactly as\n"
+    "the patch expects, the new files are staged beside the folder, and the change is committed\n"
+    "under a journal, so that any failure or crash leaves the folder as it was or as patched.\n"
+    "\n"
+    "  -d FOLDER   the folder to patch (for the updater, the folder that holds the application)\n"
+    "  -i PATCH    the patch file\n"
+    "  -n          dry run: check only; exit 0 when the folder is exactly in the patch's source state\n"
+    "  -C          print the patch's content entries, one \"value,key\" line each (no folder needed)\n"
+    "  --help      this text\n"
+    "\n"
+    "The public key that must have signed the patch is \"applyPatch.pub\" beside this program\n"
+    "(made with makePatch --genkey).\n"
+    "\n"
+    "Exit status: 0 done; 1 usage; 2 unreadable patch; 3 bad signature; 4 unknown format version;\n"
+    "5 unsafe path in the patch; 6 folder not in the expected state (changed, or already patched);\n"
+    "7 payload or result hash mismatch; 8 failed, and the folder was restored.\n";
+
 int usage() {
-    std::fputs("usage: applyPatch -d FOLDER -i PATCH [-n] [-C]\n", stderr);
+    std::fputs(kHelp, stderr);
     return 1;
 }
 
@@ -37,6 +56,10 @@ int main(int argc, char** argv) {
     bool dryRun = false, content = false;
     for (int i = 1; i < argc; ++i) {
         std::string const arg = argv[i];
+        if (arg == "--help") {
+            std::fputs(kHelp, stdout);
+            return 0;
+        }
         if ((arg == "-d" || arg == "-i") && i + 1 < argc)
             (arg == "-d" ? folder : patchPath) = argv[++i];
         else if (arg == "-n")

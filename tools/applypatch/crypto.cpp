@@ -1,5 +1,9 @@
 #include "tools/applypatch/crypto.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <openssl/evp.h>
 #include <openssl/pem.h>
 
@@ -73,9 +77,16 @@ bool generateKeyPair(std::string const& privatePath, std::string const& publicPa
         error = "cannot make an Ed25519 key";
         return false;
     }
-    File privateFile(std::fopen(privatePath.c_str(), "wbx"), std::fclose);
-    File publicFile(std::fopen(publicPath.c_str(), "wbx"), std::fclose);
+    // The private key is its owner's alone from the moment it exists; neither file is ever
+    // written over.
+    auto create = [](std::string const& path, mode_t mode) {
+        int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
+        return File(fd >= 0 ? ::fdopen(fd, "wb") : nullptr, std::fclose);
+    };
+    File privateFile = create(privatePath, 0600);
+    File publicFile = privateFile ? create(publicPath, 0644) : File(nullptr, std::fclose);
     if (!privateFile || !publicFile) {
+        if (privateFile) ::unlink(privatePath.c_str());
         error = "cannot create " + (privateFile ? publicPath : privatePath) + " (it must not exist yet)";
         return false;
     }

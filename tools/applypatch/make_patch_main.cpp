@@ -13,10 +13,25 @@ using namespace Refloom::Patch;
 
 namespace {
 
+constexpr char kHelp[] =
+    "usage: makePatch OLD_FOLDER NEW_FOLDER -o PATCH --key PRIVATE_KEY [--content FILE] [--level N]\n"
+    "       makePatch --genkey NAME\n"
+    "Makes a signed patch that turns OLD_FOLDER into NEW_FOLDER (files, folders, links and modes).\n"
+    "\n"
+    "  -o PATCH          the patch file to write\n"
+    "  --key KEY         the private key that signs it (NAME.key of --genkey)\n"
+    "  --content FILE    content entries to carry: one \"value,key\" line each (applyPatch -C prints them)\n"
+    "  --level N         zstd compression level of the payloads\n"
+    "  --genkey NAME     write a new key pair: NAME.key (private, readable by its owner only) and\n"
+    "                    NAME.pub (public: ship it beside applyPatch as applyPatch.pub); neither\n"
+    "                    file may exist yet\n"
+    "  --help            this text\n"
+    "\n"
+    "Exit status: 0 done; 1 usage; 8 the keys could not be made; a patch that could not be made\n"
+    "exits with the status applyPatch gives the same failure.\n";
+
 int usage() {
-    std::fputs("usage: makePatch OLD_FOLDER NEW_FOLDER -o PATCH --key PRIVATE_KEY [--content FILE] [--level N]\n"
-               "       makePatch --genkey NAME\n",
-               stderr);
+    std::fputs(kHelp, stderr);
     return 1;
 }
 
@@ -24,6 +39,10 @@ int usage() {
 
 int main(int argc, char** argv) {
     std::vector<std::string> args(argv + 1, argv + argc);
+    if (args.size() == 1 && args[0] == "--help") {
+        std::fputs(kHelp, stdout);
+        return 0;
+    }
     if (args.size() == 2 && args[0] == "--genkey") {
         std::string error;
         if (!generateKeyPair(args[1] + ".key", args[1] + ".pub", error)) {
