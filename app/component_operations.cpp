@@ -1,15 +1,13 @@
 // The components layer's operations in the controller's table: the install driver's passes,
 // the component tree's controls, and the mode handlers of this layer, under the names the
 // tables, the controls and the driver use. Mode handlers take [mode, itemNum, source, dest].
+#include "app/operation_arguments.h"
 #include "app/rf_controller.h"
 
 namespace Refloom {
 namespace {
 
-using Arguments = QVariantList;
-
-QString text(Arguments const& a, qsizetype i) { return i < a.size() && a[i].isValid() ? a[i].toString() : QString(); }
-int number(Arguments const& a, qsizetype i) { return i < a.size() ? a[i].toInt() : 0; }
+using namespace OperationArguments;
 
 using Handler = int (ContentModes::*)(int, int, QString const&, QString const&);
 
@@ -29,9 +27,7 @@ constexpr HandlerEntry kHandlers[] = {
 } // namespace
 
 void rfController::registerComponentOperations() {
-    auto add = [this](char const* name, std::function<QVariant(Arguments const&)> run) {
-        m_operations.add(QString::fromLatin1(name), [run = std::move(run)](QVariant const& arguments) { return run(arguments.toList()); });
-    };
+    auto add = [this](char const* name, std::function<QVariant(Arguments const&)> run) { OperationArguments::add(m_operations, name, std::move(run)); };
     add("installCheck", [this](Arguments const&) { m_driver.installCheck(); return QVariant(); });
     add("initialInstall", [this](Arguments const&) { m_driver.initialInstall(); return QVariant(); });
     add("makeChange", [this](Arguments const&) { m_driver.makeChange(); return QVariant(); });
@@ -51,9 +47,7 @@ void rfController::registerComponentOperations() {
     // The check box column's action: the model has applied the click already.
     add("toggleInstalled:", [](Arguments const&) { return QVariant(); });
     for (HandlerEntry const& entry : kHandlers)
-        add(entry.name, [this, handler = entry.handler](Arguments const& a) {
-            return QVariant((m_content.*handler)(number(a, 0), number(a, 1), text(a, 2), text(a, 3)));
-        });
+        handler(m_operations, entry.name, [this, run = entry.handler](int m, int i, QString const& s, QString const& d) { return (m_content.*run)(m, i, s, d); });
     add("someItemsAtPath:existAtPath:", [this](Arguments const& a) { return QVariant(m_content.someItemsAtPath(text(a, 0), text(a, 1))); });
     add("itemsAtPath:existAtPath:", [this](Arguments const& a) { return QVariant(m_content.itemsAtPath(text(a, 0), text(a, 1))); });
     add("removeItemsAtPath:fromPath:", [this](Arguments const& a) { return QVariant(m_content.removeItemsAtPath(text(a, 0), text(a, 1))); });

@@ -1,31 +1,17 @@
 // The host integrations' operations in the controller's table: Word discovery and its pages,
 // the startup-folder page's controls, the breadcrumbs, and the add-in, Spotlight, Services and
 // browser extension mode handlers ([mode, itemNum, source, dest]).
+#include "app/operation_arguments.h"
 #include "app/rf_controller.h"
 
 namespace Refloom {
-namespace {
-
-using Arguments = QVariantList;
-
-QString text(Arguments const& a, qsizetype i) { return i < a.size() && a[i].isValid() ? a[i].toString() : QString(); }
-int number(Arguments const& a, qsizetype i) { return i < a.size() ? a[i].toInt() : 0; }
-
-} // namespace
+using namespace OperationArguments;
 
 void rfController::registerIntegrationOperations() {
-    auto add = [this](char const* name, std::function<QVariant(Arguments const&)> run) {
-        m_operations.add(QString::fromLatin1(name), [run = std::move(run)](QVariant const& arguments) { return run(arguments.toList()); });
-    };
-    // Operations that answer null whatever they do.
-    auto act = [&add](char const* name, std::function<void()> run) {
-        add(name, [run = std::move(run)](Arguments const&) {
-            run();
-            return QVariant();
-        });
-    };
-    auto handler = [&add](char const* name, std::function<int(int, int, QString const&, QString const&)> run) {
-        add(name, [run = std::move(run)](Arguments const& a) { return QVariant(run(number(a, 0), number(a, 1), text(a, 2), text(a, 3))); });
+    auto add = [this](char const* name, std::function<QVariant(Arguments const&)> run) { OperationArguments::add(m_operations, name, std::move(run)); };
+    auto act = [this](char const* name, std::function<void()> run) { OperationArguments::act(m_operations, name, std::move(run)); };
+    auto handler = [this](char const* name, std::function<int(int, int, QString const&, QString const&)> run) {
+        OperationArguments::handler(m_operations, name, std::move(run));
     };
 
     // Word discovery and its pages.

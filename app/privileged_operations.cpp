@@ -1,19 +1,13 @@
 // The privileged part's operations in the controller's table, under the names the rest of the
 // program uses. Arguments come as a QVariantList in the order of the name's parts; a missing or
 // invalid one is null (nil).
+#include "app/operation_arguments.h"
 #include "app/rf_controller.h"
 
 namespace Refloom {
 namespace {
 
-using Arguments = QVariantList;
-
-QString text(Arguments const& a, qsizetype i) { return i < a.size() && a[i].isValid() ? a[i].toString() : QString(); }
-int number(Arguments const& a, qsizetype i) { return i < a.size() ? a[i].toInt() : 0; }
-bool flag(Arguments const& a, qsizetype i) { return i < a.size() && a[i].toBool(); }
-Params params(Arguments const& a, qsizetype i) {
-    return i < a.size() && a[i].isValid() ? Params(a[i].toStringList()) : std::nullopt;
-}
+using namespace OperationArguments;
 
 struct Entry {
     char const* name;

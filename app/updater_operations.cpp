@@ -1,16 +1,12 @@
 // The updater's operations in the controller's table, under the names the patch flow's rows
 // and its Back binding use.
+#include "app/operation_arguments.h"
 #include "app/rf_controller.h"
 
 namespace Refloom {
 
 void rfController::registerUpdaterOperations() {
-    auto act = [this](char const* name, std::function<void()> run) {
-        m_operations.add(QString::fromLatin1(name), [run = std::move(run)](QVariant const&) {
-            run();
-            return QVariant();
-        });
-    };
+    auto act = [this](char const* name, std::function<void()> run) { OperationArguments::act(m_operations, name, std::move(run)); };
     act("patchFindUI", [this] { m_patchFlow.patchFindUI(); });
     act("findTheReflooms", [this] { m_patchFlow.findTheReflooms(); });
     act("patchProgressUI", [this] { m_patchFlow.patchProgressUI(); });
