@@ -13,6 +13,7 @@
 #include "tests/fixtures/privileged.h"
 #include "tests/fixtures/recording_view.h"
 #include "tests/fixtures/scratch.h"
+#include "tests/integrations/integration_base.h"
 
 using namespace Refloom;
 using rf_test::read_file;
@@ -23,34 +24,15 @@ namespace {
 
 constexpr char kUrl[] = "https://downloads.veltmark.com/extensions/chrome/update-manifest.xml";
 
-// An empty system root and a temporary folder of the test's own. `elevate` is what RF_ELEVATE
-// holds: "/bin/false" refuses the administrator rights; none (as root) runs the real helper.
-struct Harness {
+// An empty system root and a temporary folder of the test's own.
+struct Harness : rf_test::IntegrationBase {
     explicit Harness(char const* elevate = "/bin/false", QString url = kUrl)
-        : elevation("RF_ELEVATE", elevate), extension(context, std::move(url)) {
+        : IntegrationBase(elevate, ""), extension(context, std::move(url)) {
         fs::create_directories(root);
         fs::create_directories(temp);
     }
-    Scratch scratch;
-    std::string root = scratch / "root";
     std::string temp = scratch / "tmp";
-    rf_test::ScopedEnv elevation;
     rf_test::ScopedEnv tmpdir{"TMPDIR", temp.c_str()};
-    rfRules rules{QString::fromStdString(scratch.write("rules.txt", ""))};
-    SystemRoot system{QString::fromStdString(root), QStringLiteral("/home/u")};
-    InstallerLog log{system};
-    CommandRunner runner{log,
-                         {rf_test::bundleResources(), rf_test::helperPath(), QString(), system}};
-    FileOperations files{runner, log};
-    rf_test::RecordingView view;
-    NavigationEngine engine{view, [](QString const&) { return QVariant(); }};
-    int subMode = 0;
-    std::function<int()> subModeNow = [this] { return subMode; };
-    std::function<void(QString const&, int)> logInstall = [this](QString const& name, int mode) {
-        log.logInstall(name, mode);
-    };
-    IntegrationContext context{log,    runner,    files,     rules,      view,      engine,
-                               system, QString(), QString(), subModeNow, logInstall};
     BrowserExtension extension;
 
     std::string target() const { return extension.target().toStdString(); }
@@ -59,9 +41,6 @@ struct Harness {
         std::ofstream(target()) << content;
     }
     int call(int mode) { return extension.installFernwickMode(mode, 3, QString(), QString()); }
-    QStringList lines(QString const& start) const {
-        return rf_test::logMessages(log.path()).filter(QRegularExpression("^" + start));
-    }
 };
 
 } // namespace

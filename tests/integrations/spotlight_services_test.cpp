@@ -11,6 +11,7 @@
 #include "tests/fixtures/privileged.h"
 #include "tests/fixtures/recording_view.h"
 #include "tests/fixtures/scratch.h"
+#include "tests/integrations/integration_base.h"
 
 using namespace Refloom;
 using rf_test::Scratch;
@@ -24,37 +25,13 @@ constexpr char kRules[] = "Spotlight Importer|0|the importer|inst_Spotlight|Refl
 
 // An installer folder with both components, an empty system root, and the location page. The
 // administrator retries are refused, so every change is the user's own, as root or not.
-struct Harness {
-    rf_test::ScopedEnv refuse{"RF_ELEVATE", "/bin/false"};
-    Scratch scratch;
-    std::string root = scratch / "root";
-    std::string installer = scratch / "installer";
-    rfRules rules{QString::fromStdString(scratch.write("rules.txt", kRules))};
-    SystemRoot system{QString::fromStdString(root), QStringLiteral("/home/u")};
-    InstallerLog log{system};
-    CommandRunner runner{log,
-                         {rf_test::bundleResources(), rf_test::helperPath(), QString(), system}};
-    FileOperations files{runner, log};
-    rf_test::RecordingView view;
-    // The custom flow's rows name operations ("startToFind", ...) that do not matter here.
-    NavigationEngine engine{view, [](QString const&) { return QVariant(); }};
-    int subMode = 0;
-    std::function<int()> subModeNow = [this] { return subMode; };
-    std::function<void(QString const&, int)> logInstall = [this](QString const& name, int mode) {
-        log.logInstall(name, mode);
-    };
-    IntegrationContext context{log,    runner,   files,    rules,      view,      engine,
-                               system, bundle(), folder(), subModeNow, logInstall};
-    SpotlightServices modes{context};
-
-    QString folder() const { return QString::fromStdString(installer); }
-    QString bundle() const { return folder() + "/Up.app"; }
-    Harness() {
-        scratch.write(
-            "installer/Up.app/Contents/Library/Spotlight/Refloom.mdimporter/Contents/Info.plist",
-            "importer");
+struct Harness : rf_test::IntegrationBase {
+    Harness() : IntegrationBase("/bin/false", kRules) {
+        scratch.write("installer/Up.app/Contents/Library/Spotlight/Refloom.mdimporter/Contents/Info.plist", "importer");
         scratch.write("installer/Services/RFService.app/Contents/Info.plist", "helper");
     }
+    SpotlightServices modes{context};
+
     // The user-level ("~") or system-level copy of the importer or the helper.
     std::string at(bool spotlight, bool userLevel) const {
         return root + (userLevel ? "/home/u" : "") +
@@ -67,9 +44,6 @@ struct Harness {
     int call(bool spotlight, int mode) {
         return spotlight ? modes.installSpotlightMode(mode, 0, QString(), QString())
                          : modes.installServicesMode(mode, 1, QString(), QString());
-    }
-    QStringList lines(QString const& start) const {
-        return rf_test::logMessages(log.path()).filter(QRegularExpression("^" + start));
     }
 };
 
