@@ -18,6 +18,18 @@ constexpr char kBundle16[] = "Refloom MRGN Word 16.bundle";
 WordAddin::WordAddin(IntegrationContext& context, WordDiscovery& word, AppLookup& applications)
     : m_context(context), m_word(word), m_applications(applications) {}
 
+bool WordAddin::leavesTheRoot(QString const& folder) const {
+    QString const root = m_context.root.root();
+    if (root.isEmpty()) return false;
+    // The deepest part of the folder that exists, with its links resolved, must still lie in the
+    // sandbox: a link planted there must not carry the add-in out of it.
+    QFileInfo existing(folder);
+    while (!existing.exists() && existing.absoluteFilePath() != existing.absolutePath()) existing = QFileInfo(existing.absolutePath());
+    QString const real = existing.canonicalFilePath();
+    QString const realRoot = QFileInfo(root).canonicalFilePath();
+    return !(real == realRoot || real.startsWith(realRoot + QLatin1Char('/')));
+}
+
 QString WordAddin::bundleFor(int version) {
     if (version == 15) return QString::fromLatin1(kBundle2016);
     if (version == 16) return QString::fromLatin1(kBundle16);
@@ -53,6 +65,10 @@ int WordAddin::installWordMode(int mode, int, QString const& source, QString con
             }
             for (QString const& folder : m_word.getWordStartupFolders(word)) {
                 m_context.log.logMessage(QStringLiteral("Processing Startup Folder: %1").arg(folder));
+                if (leavesTheRoot(folder)) {
+                    m_context.log.logMessage(QStringLiteral("Startup folder leads out of the system root; left alone: %1").arg(folder));
+                    continue;
+                }
                 bool found = false;
                 for (QString const& item : QDir(folder).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System)) {
                     if (item != QLatin1String(kBundle2016) && item != QLatin1String(kBundle16)) continue;

@@ -31,6 +31,8 @@ private:
     // The bundle a copy of Word of that major version takes; null when none.
     static QString bundleFor(int version);
     QString bundleSource(QString const& source, QString const& bundle) const;
+    // With a sandbox root, a startup folder whose real location lies outside it.
+    bool leavesTheRoot(QString const& folder) const;
 
     IntegrationContext& m_context;
     WordDiscovery& m_word;

@@ -128,6 +128,17 @@ TEST(WordAddin, InstallsTheVersionsBundleInEveryStartupFolderAndRemovesBothNames
     EXPECT_TRUE(w.messages().contains("Processing Startup Folder: " + w.at(mine)));
 }
 
+TEST(WordAddin, AStartupFolderThatLeadsOutOfTheRootIsLeftAlone) {
+    Word w([](Word const& s) { return QStringList{s.at(s.word16) + "|||" + s.at(s.root + "/home/u/Linked") + "|||16"}; });
+    std::string const outside = w.scratch / "outside";
+    fs::create_directories(outside);
+    fs::create_directories(w.root + "/home/u");
+    fs::create_directory_symlink(outside, w.root + "/home/u/Linked");
+    EXPECT_EQ(w.addin->installWordMode(mode_copy, 0, QString(), QString()), 1);  // Office365's folder
+    EXPECT_TRUE(fs::is_empty(outside));
+    EXPECT_TRUE(w.messages().contains("Startup folder leads out of the system root; left alone: " + w.at(w.root + "/home/u/Linked")));
+}
+
 TEST(WordAddin, SubModesAndAbsentWord) {
     for (int mode : {32, 36, 35, 0}) {
         Word w;
