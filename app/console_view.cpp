@@ -4,6 +4,8 @@
 
 #include <QTextStream>
 
+#include "wizard/state_tables.h"
+
 namespace Refloom {
 namespace {
 
@@ -13,15 +15,15 @@ struct PageText {
     char const* text;
 };
 constexpr PageText kPages[] = {
-    {0, "Looking for the copies of Refloom and Microsoft Word on this computer..."},
-    {4, "This update brings every copy of Refloom 2025 on this computer to the latest version."},
-    {6, "Tick the components to install; untick the ones to remove."},
-    {10, "Updating..."},
-    {12, "Microsoft Word is running. Please quit Word, then go on to try again."},
-    {13, "Choose where to install the Spotlight importer and the Services helper."},
-    {14, "The updater will look for the copies of Refloom 2025 on this computer and update each one you choose."},
-    {17, "The update has finished. The log tells each step."},
-    {18, "No copy of Refloom 2025 that this update applies to was found on this computer."},
+    {0, QT_TRID_NOOP("Looking for the copies of Refloom and Microsoft Word on this computer...")},
+    {4, QT_TRID_NOOP("This update brings every copy of Refloom 2025 on this computer to the latest version.")},
+    {6, QT_TRID_NOOP("Tick the components to install; untick the ones to remove.")},
+    {10, QT_TRID_NOOP("Updating...")},
+    {12, QT_TRID_NOOP("Microsoft Word is running. Please quit Word, then go on to try again.")},
+    {13, QT_TRID_NOOP("Choose where to install the Spotlight importer and the Services helper.")},
+    {14, QT_TRID_NOOP("The updater will look for the copies of Refloom 2025 on this computer and update each one you choose.")},
+    {17, QT_TRID_NOOP("The update has finished. The log tells each step.")},
+    {18, QT_TRID_NOOP("No copy of Refloom 2025 that this update applies to was found on this computer.")},
 };
 
 // The outlets whose text is progress: printed as they change.
@@ -90,7 +92,7 @@ void ConsoleView::showPage() {
     print(QStringLiteral("== %1 ==").arg(m_title.isEmpty() ? current : m_title));
     if (!m_outline.isEmpty()) print(QStringLiteral("[%1/%2] %3").arg(done + 1).arg(m_outline.size()).arg(current));
     for (PageText const& page : kPages)
-        if (page.panel == m_page) print(QString::fromLatin1(page.text));
+        if (page.panel == m_page) print(localized(page.text));
     if (m_page == 16) print(m_texts.value(QStringLiteral("patchFound")).trimmed());
     if (m_page == 6) showComponents();
 }

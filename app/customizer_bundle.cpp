@@ -10,6 +10,7 @@
 #include <QFileInfo>
 
 #include "app/run_outcome.h"
+#include "app/translations.h"
 #include "app/window_session.h"
 
 using namespace Refloom;
@@ -32,6 +33,7 @@ QString thisBundle() {
 extern "C" __attribute__((visibility("default"))) int showCustomizerFromMenu(int mode) {
     rfController::Setup const setup{.root = SystemRoot::fromEnvironment(), .bundlePath = thisBundle(),
                                     .custResourceDir = QString(), .mode = mode};
+    installTranslations(setup.resourceDir());
     std::unique_ptr<QtWizardView> view = loadCustomizerWindow(setup.resourceDir());
     if (!view) return rfController::kResultNoInterface;
     QtWizardView* shown = view.get();

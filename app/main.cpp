@@ -10,6 +10,7 @@
 
 #include "app/command_line.h"
 #include "app/console_session.h"
+#include "app/translations.h"
 #include "app/window_session.h"
 
 using namespace Refloom;
@@ -68,6 +69,7 @@ int main(int argc, char** argv) {
                               .mode = line->mode};
     if (!QFile::exists(setup.resourceDir() + QLatin1Char('/') + QLatin1String(rfRules::kFileName)))
         return fail(exit_failed, QStringLiteral("the bundle's resources are missing: %1").arg(setup.resourceDir()));
+    installTranslations(setup.resourceDir());
 
     if (window) {
         std::unique_ptr<QtWizardView> view = loadCustomizerWindow(setup.resourceDir());

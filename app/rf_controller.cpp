@@ -97,9 +97,9 @@ void rfController::registerOperations() {
         {"disableBack", [](rfController& c) { c.disableBack(); }},
         {"disableBackOnly", [](rfController& c) { c.disableBack(); }},
         {"setCont", [](rfController& c) { c.m_view->setButtonTitle(Button::next, QStringLiteral("Continue")); }},
-        {"setNext", [](rfController& c) { c.setNextTitle("Next"); }},
-        {"setDone", [](rfController& c) { c.disableButtons(); c.setNextTitle("Done"); }},
-        {"setExit", [](rfController& c) { c.disableButtons(); c.setNextTitle("Exit"); }},
+        {"setNext", [](rfController& c) { c.setNextTitle(QT_TRID_NOOP("Next")); }},
+        {"setDone", [](rfController& c) { c.disableButtons(); c.setNextTitle(QT_TRID_NOOP("Done")); }},
+        {"setExit", [](rfController& c) { c.disableButtons(); c.setNextTitle(QT_TRID_NOOP("Exit")); }},
         {"installAppLogo", [](rfController& c) { c.installPicture(QStringLiteral("/Customizer.icns")); }},
         {"doAgreeChange", [](rfController& c) { c.doAgreeChange(); }},
         // Exits.

@@ -86,14 +86,14 @@ bool StartupFolders::askUserForWord() {
     // A copy of Word straight in /Applications has no "Office" beside it and cannot be added
     // this way. Intended.
     if (!QFileInfo::exists(folder + QStringLiteral("/Office"))) {
-        ask("The item you picked does not seem to be in a Microsoft Word installation directory.  Please try again.", "OK", nullptr);
+        ask(QT_TRID_NOOP("The item you picked does not seem to be in a Microsoft Word installation directory.  Please try again."), QT_TRID_NOOP("OK"), nullptr);
         return m_breadCrumbsUpdated;
     }
     // The folder, not the application, as it always was; an empty answer is guarded below.
     m_crumb_startup = m_word.getWordStartupFolders(folder).value(0);
-    alertDidEndWord(ask("If you have configured Word to use a different Startup Folder, Or you are using a non-English "
-                        "Language version of Word, Click 'Set' to set the Startup Folder location.",
-                        "No", "Set"));
+    alertDidEndWord(ask(QT_TRID_NOOP("If you have configured Word to use a different Startup Folder, Or you are using a non-English "
+                                      "Language version of Word, Click 'Set' to set the Startup Folder location."),
+                        QT_TRID_NOOP("No"), QT_TRID_NOOP("Set")));
     return m_breadCrumbsUpdated;
 }
 
@@ -119,7 +119,8 @@ void StartupFolders::doACplus() {
 void StartupFolders::doACminus() {
     int const row = m_context.view.selectedRow(QString::fromLatin1(kTable));
     if (row == -1) return;
-    minusAlertDidEnd(ask("Uninstall Margina components from the selected folder, immediately?", "Cancel", "Uninstall"), row);
+    minusAlertDidEnd(ask(QT_TRID_NOOP("Uninstall Margina components from the selected folder, immediately?"), QT_TRID_NOOP("Cancel"),
+                         QT_TRID_NOOP("Uninstall")), row);
 }
 
 void StartupFolders::minusAlertDidEnd(int returnCode, int row) {

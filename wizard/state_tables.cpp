@@ -1,6 +1,7 @@
 #include "wizard/state_tables.h"
 
 #include <QCoreApplication>
+#include <QtGlobal>
 
 namespace Refloom {
 namespace {
@@ -75,43 +76,43 @@ std::array<InstallState, 10> const gRFWebInstList = {{
 }};
 
 std::array<InstallNavigationList, 7> const gEasyNavList = {{
-    {"Welcome", {1, x, x}}, {"Install Type", {2, x, x}}, {"Read Me", {4, x, x}},
-    {"License", {5, x, x}}, {"Customization", {6, x, x}}, {"Updating System", {10, x, x}},
-    {"Summary", {7, x, x}},
+    {QT_TRID_NOOP("Welcome"), {1, x, x}}, {QT_TRID_NOOP("Install Type"), {2, x, x}}, {QT_TRID_NOOP("Read Me"), {4, x, x}},
+    {QT_TRID_NOOP("License"), {5, x, x}}, {QT_TRID_NOOP("Customization"), {6, x, x}}, {QT_TRID_NOOP("Updating System"), {10, x, x}},
+    {QT_TRID_NOOP("Summary"), {7, x, x}},
 }};
 std::array<InstallNavigationList, 4> const gAutoNavList = {{
-    {"Welcome", {1, x, x}}, {"Read Me", {4, x, x}}, {"Updating System", {10, x, x}},
-    {"Summary", {7, x, x}},
+    {QT_TRID_NOOP("Welcome"), {1, x, x}}, {QT_TRID_NOOP("Read Me"), {4, x, x}}, {QT_TRID_NOOP("Updating System"), {10, x, x}},
+    {QT_TRID_NOOP("Summary"), {7, x, x}},
 }};
 std::array<InstallNavigationList, 3> const gCustomNavList = {{
-    {"Customization", {6, x, x}}, {"Updating System", {10, x, x}}, {"Summary", {8, 11, x}},
+    {QT_TRID_NOOP("Customization"), {6, x, x}}, {QT_TRID_NOOP("Updating System"), {10, x, x}}, {QT_TRID_NOOP("Summary"), {8, 11, x}},
 }};
 std::array<InstallNavigationList, 6> const gPatchNavList = {{
-    {"Welcome", {14, x, x}}, {"Read Me", {4, x, x}}, {"Finding Refloom", {0, x, x}},
-    {"Found Refloom", {16, x, x}}, {"Updating System", {10, x, x}}, {"Summary", {17, 18, x}},
+    {QT_TRID_NOOP("Welcome"), {14, x, x}}, {QT_TRID_NOOP("Read Me"), {4, x, x}}, {QT_TRID_NOOP("Finding Refloom"), {0, x, x}},
+    {QT_TRID_NOOP("Found Refloom"), {16, x, x}}, {QT_TRID_NOOP("Updating System"), {10, x, x}}, {QT_TRID_NOOP("Summary"), {17, 18, x}},
 }};
 std::array<InstallNavigationList, 4> const gRFWebNavList = {{
-    {"Welcome", {26, x, x}}, {"Customization", {6, x, x}}, {"Updating System", {10, x, x}},
-    {"Summary", {27, 28, x}},
+    {QT_TRID_NOOP("Welcome"), {26, x, x}}, {QT_TRID_NOOP("Customization"), {6, x, x}}, {QT_TRID_NOOP("Updating System"), {10, x, x}},
+    {QT_TRID_NOOP("Summary"), {27, 28, x}},
 }};
 
 // Nineteen slots; the empty ones never match.
 std::array<InstallStatePanelTitle, 19> const gInstallStateLabels = {{
-    { 1, "Welcome to %@",               kProduct},
-    { 2, "Select Installation Type",    nullptr},
-    { 4, "Read Me",                     nullptr},
-    { 5, "End User License Agreement",  nullptr},
-    { 6, "Select Components",           nullptr},
-    { 7, "Thank you for using %@",      kProduct},
-    { 8, "Finish",                      nullptr},
-    { 9, "Uninstall %@",                kProduct},
-    {10, "Updating System",             nullptr},
-    {14, "Welcome to %@ Update",        kProduct},
-    {17, "Finish",                      nullptr},
-    {23, "Margina for Microsoft Word",  nullptr},
-    {25, "%@ Configuration",            kMargina},
-    {26, "Welcome to %@",               kMargina},
-    {28, "Finish",                      nullptr},
+    { 1, QT_TRID_NOOP("Welcome to %@"),               kProduct},
+    { 2, QT_TRID_NOOP("Select Installation Type"),    nullptr},
+    { 4, QT_TRID_NOOP("Read Me"),                     nullptr},
+    { 5, QT_TRID_NOOP("End User License Agreement"),  nullptr},
+    { 6, QT_TRID_NOOP("Select Components"),           nullptr},
+    { 7, QT_TRID_NOOP("Thank you for using %@"),      kProduct},
+    { 8, QT_TRID_NOOP("Finish"),                      nullptr},
+    { 9, QT_TRID_NOOP("Uninstall %@"),                kProduct},
+    {10, QT_TRID_NOOP("Updating System"),             nullptr},
+    {14, QT_TRID_NOOP("Welcome to %@ Update"),        kProduct},
+    {17, QT_TRID_NOOP("Finish"),                      nullptr},
+    {23, QT_TRID_NOOP("Margina for Microsoft Word"),  nullptr},
+    {25, QT_TRID_NOOP("%@ Configuration"),            kMargina},
+    {26, QT_TRID_NOOP("Welcome to %@"),               kMargina},
+    {28, QT_TRID_NOOP("Finish"),                      nullptr},
     { 0, nullptr, nullptr}, { 0, nullptr, nullptr}, { 0, nullptr, nullptr}, { 0, nullptr, nullptr},
 }};
 // clang-format on
@@ -136,7 +137,8 @@ Flow const* flowFor(int number, int mode) {
     }
 }
 
-QString localized(char const* english) { return QCoreApplication::translate("Refloom", english); }
+// Texts are keyed by their English: a language without the key shows the English itself.
+QString localized(char const* english) { return qtTrId(english); }
 
 QString navigationText(InstallNavigationList const& entry) { return localized(entry.text); }
 
