@@ -99,19 +99,61 @@ TEST(Window, TheSheetShowsTheButtonsItIsGivenAndAnswersByButton) {
     EXPECT_TRUE(onlyOk);
 }
 
-TEST(Window, ThePatchFlowWalksToItsEndByClicking) {
-    rf_test::offscreenApplication();
+// The window over an empty sandbox root, set up as the program sets it up.
+struct Shown {
     rf_test::Scratch scratch;
-    rfController::Setup const setup{.root = SystemRoot(QString::fromStdString(scratch / "root"), "/home/u"),
-                                    .bundlePath = QStringLiteral(RF_TEST_BUNDLE), .custResourceDir = QString(), .mode = 0};
-    std::unique_ptr<QtWizardView> view = loadCustomizerWindow(setup.resourceDir());
-    ASSERT_TRUE(view);
-    QtWizardView* shown = view.get();
-    rfController controller(std::move(view), setup);
-    controller.terminate = [] {};
-    setUpWindow(controller, *shown);
-    controller.startPatchState();
-    auto* next = shown->window()->findChild<QAbstractButton*>("nextBtn");
+    rfController::Setup setup{.root = SystemRoot(QString::fromStdString(scratch / "root"), "/home/u"),
+                              .bundlePath = QStringLiteral(RF_TEST_BUNDLE), .custResourceDir = QString(), .mode = 0};
+    QtWizardView* view = nullptr;
+    std::unique_ptr<rfController> controller;
+
+    Shown() {
+        rf_test::offscreenApplication();
+        std::unique_ptr<QtWizardView> loaded = loadCustomizerWindow(setup.resourceDir());
+        view = loaded.get();
+        controller = std::make_unique<rfController>(std::move(loaded), setup);
+        controller->terminate = [] {};
+        setUpWindow(*controller, *view);
+    }
+    QAbstractButton* button(char const* name) const { return view->window()->findChild<QAbstractButton*>(name); }
+    void click(char const* name) const { QTest::mouseClick(button(name), Qt::LeftButton); }
+};
+
+TEST(Window, TheWebEditionsChoicesAndItsQuestion) {
+    for (int answer : {1, 0}) {
+        Shown w;
+        w.controller->startRFWebInstallState();
+        ASSERT_EQ(w.view->selectedPage(), 26);
+        w.view->window()->findChild<QWidget*>("matRFWInstall")->findChildren<QAbstractButton*>().at(1)->click();  // Uninstall
+        answerSheetWith(answer == 0 ? "altBtn" : "defBtn");
+        w.click("nextBtn");
+        // "Yes" goes to the uninstall: the change pass runs and ends on its last page; "No" stays.
+        if (answer == 0)
+            EXPECT_EQ(w.view->selectedPage(), 28);
+        else
+            EXPECT_EQ(w.view->selectedPage(), 26);
+    }
+    Shown install;
+    install.controller->startRFWebInstallState();
+    install.click("nextBtn");  // "Install" is the first choice: on to the components
+    EXPECT_EQ(install.view->selectedPage(), 6);
+}
+
+TEST(Window, TheCustomFlowWalksToItsEndByClicking) {
+    Shown w;
+    w.controller->startCustomState();
+    ASSERT_EQ(w.view->selectedPage(), 6);
+    w.click("nextBtn");  // nothing new to place: the location page is passed over
+    EXPECT_EQ(w.view->selectedPage(), 8);
+    w.click("nextBtn");
+    EXPECT_TRUE(w.view->isClosed());
+}
+
+TEST(Window, ThePatchFlowWalksToItsEndByClicking) {
+    Shown w;
+    QtWizardView* shown = w.view;
+    w.controller->startPatchState();
+    auto* next = w.button("nextBtn");
     EXPECT_EQ(shown->selectedPage(), 14);
     QTest::mouseClick(next, Qt::LeftButton);
     EXPECT_EQ(shown->selectedPage(), 4);
