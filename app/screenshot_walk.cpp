@@ -64,6 +64,31 @@ void walk(QString const& bundle, QString const& root, QString const& output, Wal
     }
 }
 
+// Every page of the window on its own, as the flows show it when they reach it.
+void everyPage(QString const& bundle, QString const& root, QString const& output) {
+    rfController::Setup setup{.root = SystemRoot(root, QStringLiteral("/home/demo")), .bundlePath = bundle,
+                              .custResourceDir = QString(), .mode = 0};
+    std::unique_ptr<QtWizardView> view = loadCustomizerWindow(setup.resourceDir());
+    QtWizardView* shown = view.get();
+    rfController controller(std::move(view), setup);
+    controller.terminate = [] {};
+    shown->window()->resize(820, 560);
+    setUpWindow(controller, *shown);
+    controller.startCustomState();
+    controller.word().constructWordAndStartupPaths();
+    controller.startupFolders().doAltMRGN();  // the folder table, filled
+    for (int panel : {0, 2, 9, 10, 11, 12, 13, 18, 20, 28}) {
+        shown->selectPage(panel);
+        QString title;
+        for (InstallStatePanelTitle const& slot : gInstallStateLabels)
+            if (slot.tabIndex == panel && slot.title && title.isEmpty()) title = panelTitle(slot);
+        shown->setTitle(title);
+        if (panel == 10) shown->setText(QStringLiteral("processingText"), QStringLiteral("Processing: Spotlight Support"));
+        QApplication::processEvents();
+        shown->window()->grab().save(QStringLiteral("%1/page-%2.png").arg(output).arg(panel, 2, 10, QLatin1Char('0')));
+    }
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -76,5 +101,6 @@ int main(int argc, char** argv) {
     for (Walk const& flow : {Walk{"patch", CommandLine::Flow::patch}, Walk{"custom", CommandLine::Flow::custom},
                              Walk{"install", CommandLine::Flow::install}, Walk{"web", CommandLine::Flow::web}})
         for (bool dark : {false, true}) walk(bundle, root, output, flow, dark);
+    everyPage(bundle, root, output);
     return 0;
 }

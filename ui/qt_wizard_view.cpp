@@ -10,6 +10,7 @@
 #include <QLineEdit>
 #include <QProgressBar>
 #include <QStackedWidget>
+#include <QTableView>
 #include <QTextEdit>
 #include <QTreeView>
 
@@ -55,6 +56,13 @@ void QtWizardView::attachModel(QString const& view, QAbstractItemModel* model) {
     if (auto* tree = qobject_cast<QTreeView*>(items)) {
         tree->expandAll();
         tree->header()->setSectionResizeMode(0, QHeaderView::ResizeToContents);
+    }
+    if (auto* table = qobject_cast<QTableView*>(items)) {
+        // Paths are long: the path columns share the width, the version takes what it needs.
+        table->horizontalHeader()->setSectionResizeMode(QHeaderView::Stretch);
+        table->horizontalHeader()->setSectionResizeMode(model->columnCount() - 1, QHeaderView::ResizeToContents);
+        table->setTextElideMode(Qt::ElideMiddle);
+        table->setWordWrap(false);
     }
     QObject::connect(items->selectionModel(), &QItemSelectionModel::selectionChanged, m_window.get(), [this] {
         if (m_act) m_act(QStringLiteral("tableViewSelectionDidChange:"));
