@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <functional>
 #include <random>
+#include <sstream>
 
 #include "tests/tools/patch_fixture.h"
 
@@ -106,4 +107,39 @@ TEST(ApplyPatch, ContentEntriesArePrintedAsValueKeyLines) {
     std::string const out = f.scratch / "out.txt";
     ASSERT_EQ(rf_test::run("'" + f.tool + "' -i '" + patch + "' -C > '" + out + "'"), 0);
     EXPECT_EQ(rf_test::read_file(out), "2025.3,Styles\n17,Filters\n");
+}
+
+TEST(ApplyPatch, EachJournalStateIsWrittenOnlyAfterWhatItReliesOnIsFlushed) {
+    PatchFixture f;
+    f.scratch.write("old/a.txt", std::string(100000, 'a'));
+    f.scratch.write("old/gone.txt", "gone");
+    f.scratch.write("new/a.txt", std::string(99000, 'a') + "changed");
+    f.scratch.write("new/sub/added.txt", "added");
+    std::string const patch = f.make(f.scratch / "old", f.scratch / "new");
+    std::string const log = f.scratch / "calls.log";
+    ASSERT_EQ(rf_test::run("RF_FS_ORDER_LOG='" + log + "' LD_PRELOAD='" RF_FS_ORDER_SHIM "' '" + f.tool + "' -d '" +
+                           (f.scratch / "old") + "' -i '" + patch + "'"),
+              0);
+    EXPECT_TRUE(rf_test::sameTree(f.scratch / "old", f.scratch / "new"));
+    // The calls in order; each write of the journal is a rename of "…journal.new" onto it.
+    std::vector<std::string> calls;
+    std::istringstream lines(rf_test::read_file(log));
+    for (std::string line; std::getline(lines, line);) calls.push_back(line);
+    std::vector<size_t> journal;
+    for (size_t i = 0; i < calls.size(); ++i)
+        if (calls[i].starts_with("rename ") && calls[i].find("rfpatch-journal.new ") != std::string::npos) journal.push_back(i);
+    ASSERT_EQ(journal.size(), 2u);  // committing, committed
+    auto flushedBetween = [&](size_t from, size_t to) {
+        for (size_t i = from; i < to; ++i)
+            if (calls[i].starts_with("flush ")) return true;
+        return false;
+    };
+    // Before "committing": a flush after the last staged file. Before "committed": a flush after
+    // the commit's last rename into the folder.
+    size_t lastCommitRename = journal[0];
+    for (size_t i = journal[0] + 1; i < journal[1]; ++i)
+        if (calls[i].starts_with("rename ")) lastCommitRename = i;
+    EXPECT_TRUE(flushedBetween(0, journal[0]));
+    EXPECT_GT(lastCommitRename, journal[0]);
+    EXPECT_TRUE(flushedBetween(lastCommitRename, journal[1]));
 }

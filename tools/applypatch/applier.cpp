@@ -261,6 +261,11 @@ void applyPatch(PatchFile const& patch, ApplyOptions const& options) {
         cleanUp(at);  // nothing in the folder has moved yet
         throw;
     }
+    // "committing" relies on every staged file being whole on the disk; "committed" on every
+    // rename, folder, mode and time of the commit. Each is flushed before its state is written,
+    // and the backups go only after "committed": a power failure at any moment leaves a journal
+    // that tells the truth, and the files it needs to go back.
+    flushFileSystem(at.folder);
     writeJournal(at, JournalState::committing, manifest);
     progress.reset(manifest.entries.size());
     try {
@@ -270,6 +275,7 @@ void applyPatch(PatchFile const& patch, ApplyOptions const& options) {
         cleanUp(at);
         throw;
     }
+    flushFileSystem(at.folder);
     writeJournal(at, JournalState::committed, manifest);
     cleanUp(at);
     if (options.progress) std::fputc('\n', stderr);

@@ -35,6 +35,16 @@ void syncFolder(std::string const& path) {
 
 } // namespace
 
+void flushFileSystem(std::string const& path) {
+    int fd = open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (fd < 0 || syncfs(fd) != 0) {
+        int const error = errno;
+        if (fd >= 0) close(fd);
+        throw PatchError(Refusal::failed, "cannot flush the file system of " + path + ": " + std::strerror(error));
+    }
+    close(fd);
+}
+
 Locations locate(std::string const& folder) {
     char resolved[PATH_MAX];
     struct stat info;

@@ -27,6 +27,9 @@ enum class JournalState : char { committing = 'C', committed = 'D' };
 
 // Written whole or not at all, and on disk before it answers.
 void writeJournal(Locations const& at, JournalState state, Manifest const& manifest);
+// Flushes everything written to the file system that holds `path` (file data, folder entries,
+// modes and times): what a journal state relies on must be on the disk before it is written.
+void flushFileSystem(std::string const& path);
 
 // Puts back every old item and takes out every new one; safe to repeat after a crash.
 void rollBack(Locations const& at, Manifest const& manifest);
