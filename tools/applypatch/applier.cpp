@@ -24,8 +24,9 @@
 namespace Refloom::Patch {
 namespace {
 
-// Runs work(i) for every i below count on both cores; the first exception is raised again.
-void forEachOnBothCores(std::size_t count, std::function<void(std::size_t)> const& work) {
+// Runs work(i) for every i below count on every core of the machine; the first exception is
+// raised again.
+void forEachOnCores(std::size_t count, std::function<void(std::size_t)> const& work) {
     std::atomic<std::size_t> next{0};
     std::exception_ptr failure;
     std::mutex lock;
@@ -40,9 +41,11 @@ void forEachOnBothCores(std::size_t count, std::function<void(std::size_t)> cons
             }
         }
     };
-    std::thread helper(worker);
+    std::size_t const cores = std::max(1u, std::thread::hardware_concurrency());
+    std::vector<std::thread> helpers;
+    for (std::size_t t = 1; t < std::min(cores, count); ++t) helpers.emplace_back(worker);
     worker();
-    helper.join();
+    for (std::thread& helper : helpers) helper.join();
     if (failure) std::rethrow_exception(failure);
 }
 
@@ -127,7 +130,7 @@ bool sameState(Node const& expected, Node const& found) {
 
 void checkState(std::string const& folder, Manifest const& manifest) {
     std::set<std::string> const replaced = replacedLinks(manifest);
-    forEachOnBothCores(manifest.entries.size(), [&](std::size_t i) {
+    forEachOnCores(manifest.entries.size(), [&](std::size_t i) {
         Entry const& e = manifest.entries[i];
         bool const belowReplacedLink = checkParents(folder, e, replaced);
         Node const found = belowReplacedLink ? Node{} : inspect(folder, e.path);
@@ -205,7 +208,7 @@ void stage(PatchFile const& patch, Locations const& at, Progress& progress) {
     for (std::size_t i = 0; i < entries.size(); ++i)
         (entries[i].payload == PayloadKind::delta && entries[i].source.size >= kStagedAlone ? large : small).push_back(i);
     for (std::size_t i : large) stageOne(i);
-    forEachOnBothCores(small.size(), [&](std::size_t k) { stageOne(small[k]); });
+    forEachOnCores(small.size(), [&](std::size_t k) { stageOne(small[k]); });
 }
 
 void setTimes(std::string const& path, Entry const& e) {
@@ -251,7 +254,7 @@ void applyPatch(PatchFile const& patch, ApplyOptions const& options) {
     recover(at);
     Manifest const& manifest = patch.manifest();
     checkState(at.folder, manifest);
-    forEachOnBothCores(manifest.entries.size(), [&](std::size_t i) { patch.checkPayload(manifest.entries[i]); });
+    forEachOnCores(manifest.entries.size(), [&](std::size_t i) { patch.checkPayload(manifest.entries[i]); });
     if (options.dryRun) return;
 
     Progress progress(options.progress, manifest.entries.size());

@@ -1,4 +1,4 @@
-// makePatch OLD_FOLDER NEW_FOLDER -o PATCH --key PRIVATE_KEY [--content FILE] [--level N]
+// makePatch OLD_FOLDER NEW_FOLDER -o PATCH --key PRIVATE_KEY [--content FILE] [--level N] [--threads N]
 // makePatch --genkey NAME     writes NAME.key (private) and NAME.pub (public, for applyPatch)
 #include <chrono>
 #include <cstdio>
@@ -14,7 +14,7 @@ using namespace Refloom::Patch;
 namespace {
 
 constexpr char kHelp[] =
-    "usage: makePatch OLD_FOLDER NEW_FOLDER -o PATCH --key PRIVATE_KEY [--content FILE] [--level N]\n"
+    "usage: makePatch OLD_FOLDER NEW_FOLDER -o PATCH --key PRIVATE_KEY [--content FILE] [--level N] [--threads N]\n"
     "       makePatch --genkey NAME\n"
     "Makes a signed patch that turns OLD_FOLDER into NEW_FOLDER (files, folders, links and modes).\n"
     "\n"
@@ -22,6 +22,7 @@ constexpr char kHelp[] =
     "  --key KEY         the private key that signs it (NAME.key of --genkey)\n"
     "  --content FILE    content entries to carry: one \"value,key\" line each (applyPatch -C prints them)\n"
     "  --level N         zstd compression level of the payloads\n"
+    "  --threads N       files made at once (default: the machine's cores)\n"
     "  --genkey NAME     write a new key pair: NAME.key (private, readable by its owner only) and\n"
     "                    NAME.pub (public: ship it beside applyPatch as applyPatch.pub); neither\n"
     "                    file may exist yet\n"
@@ -61,6 +62,7 @@ int main(int argc, char** argv) {
         else if (args[i] == "--key" && hasValue) options.privateKey = args[++i];
         else if (args[i] == "--content" && hasValue) contentFile = args[++i];
         else if (args[i] == "--level" && hasValue) options.level = std::stoi(args[++i]);
+        else if (args[i] == "--threads" && hasValue) options.threads = std::max(1, std::atoi(args[++i].c_str()));
         else if (!args[i].starts_with("-")) folders.push_back(args[i]);
         else return usage();
     }
