@@ -7,6 +7,7 @@
 #include <cstring>
 #include <future>
 #include <limits>
+#include <thread>
 #include <vector>
 
 #include "tools/applypatch/format.h"
@@ -153,34 +154,40 @@ Streams diffRange(u8 const* old, std::int64_t oldSize, std::vector<saidx_t> cons
     return s;
 }
 
-// Both cores scan half of the new file each; the halves join by moving the old file's position
-// back to where the second half began.
-Streams diffFiles(u8 const* old, std::int64_t oldSize, u8 const* next, std::int64_t newSize) {
+// The new file is searched in pieces of at least 1 MiB, one per core, each from the old file's
+// position 0; the pieces join by moving the old position back to 0 where the next one begins.
+Streams diffFiles(u8 const* old, std::int64_t oldSize, u8 const* next, std::int64_t newSize, int parts) {
     std::vector<saidx_t> suffixes(static_cast<std::size_t>(oldSize));
     if (oldSize > 0 && divsufsort(old, suffixes.data(), saidx_t(oldSize)) != 0)
         throw PatchError(Refusal::failed, "suffix sort failed");
-    if (newSize < (1 << 20)) return diffRange(old, oldSize, suffixes, next, 0, newSize);
-    std::int64_t const half = newSize / 2;
-    auto second = std::async(std::launch::async, diffRange, old, oldSize, std::cref(suffixes), next, half, newSize);
-    Streams first = diffRange(old, oldSize, suffixes, next, 0, half);
-    Streams last = second.get();
-    std::size_t const lastSeek = first.control.size() - 8;
-    std::int64_t const seek = getNumber(reinterpret_cast<u8 const*>(first.control.data() + lastSeek)) - first.oldEnd;
-    first.control.resize(lastSeek);
-    putNumber(first.control, seek);
-    first.control += last.control;
-    first.diff += last.diff;
-    first.extra += last.extra;
-    return first;
+    std::int64_t const pieces = std::max<std::int64_t>(1, std::min<std::int64_t>(parts, newSize >> 20));
+    std::vector<std::future<Streams>> later;
+    for (std::int64_t k = 1; k < pieces; ++k)
+        later.push_back(std::async(std::launch::async, diffRange, old, oldSize, std::cref(suffixes), next,
+                                   newSize * k / pieces, newSize * (k + 1) / pieces));
+    Streams joined = diffRange(old, oldSize, suffixes, next, 0, newSize / pieces);
+    for (std::future<Streams>& piece : later) {
+        Streams part = piece.get();
+        std::size_t const lastSeek = joined.control.size() - 8;
+        std::int64_t const seek = getNumber(reinterpret_cast<u8 const*>(joined.control.data() + lastSeek)) - joined.oldEnd;
+        joined.control.resize(lastSeek);
+        putNumber(joined.control, seek);
+        joined.control += part.control;
+        joined.diff += part.diff;
+        joined.extra += part.extra;
+        joined.oldEnd = part.oldEnd;
+    }
+    return joined;
 }
 
 } // namespace
 
-std::string makeDelta(std::string_view oldData, std::string_view newData, int level) {
+std::string makeDelta(std::string_view oldData, std::string_view newData, int level, int parts) {
     if (oldData.size() > std::size_t(std::numeric_limits<saidx_t>::max()))
         throw PatchError(Refusal::failed, "file too large for a delta");
     Streams s = diffFiles(reinterpret_cast<u8 const*>(oldData.data()), std::int64_t(oldData.size()),
-                          reinterpret_cast<u8 const*>(newData.data()), std::int64_t(newData.size()));
+                          reinterpret_cast<u8 const*>(newData.data()), std::int64_t(newData.size()),
+                          parts > 0 ? parts : int(std::max(1u, std::thread::hardware_concurrency())));
     // The difference stream is the large one: it gets a thread of its own.
     auto diff = std::async(std::launch::async, [&] { return compress(s.diff, level); });
     std::string const control = compress(s.control, level);

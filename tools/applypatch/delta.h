@@ -12,7 +12,8 @@
 namespace Refloom::Patch {
 
 // The delta payload turning `oldData` into `newData`, compressed at `level`.
-std::string makeDelta(std::string_view oldData, std::string_view newData, int level);
+// `parts`: how many pieces of the new file are searched at once; 0 for the machine's cores.
+std::string makeDelta(std::string_view oldData, std::string_view newData, int level, int parts = 0);
 
 // Receives the new file's bytes in order; answers false to stop.
 using Sink = std::function<bool(void const* data, std::size_t size)>;
