@@ -19,16 +19,24 @@ std::string noise(std::size_t size, unsigned seed) {
     return bytes;
 }
 
-std::string applied(std::string const& old, std::string const& delta) {
+std::FILE* fileHolding(std::string const& bytes) {
     std::FILE* file = std::tmpfile();
-    std::fwrite(delta.data(), 1, delta.size(), file);
+    std::fwrite(bytes.data(), 1, bytes.size(), file);
     std::fflush(file);
+    return file;
+}
+
+// `oldSize`: what the applier was told the old file holds.
+std::string applied(std::string const& old, std::string const& delta, std::size_t oldSize) {
+    std::FILE* oldFile = fileHolding(old);
+    std::FILE* deltaFile = fileHolding(delta);
     std::string out;
-    bool const ok = applyDelta(old, fileno(file), 0, delta.size(), [&out](void const* data, std::size_t size) {
+    bool const ok = applyDelta(fileno(oldFile), oldSize, fileno(deltaFile), 0, delta.size(), [&out](void const* data, std::size_t size) {
         out.append(static_cast<char const*>(data), size);
         return true;
     });
-    std::fclose(file);
+    std::fclose(oldFile);
+    std::fclose(deltaFile);
     return ok ? out : std::string("(failed)");
 }
 
@@ -43,7 +51,16 @@ TEST(Delta, EveryNumberOfPiecesGivesBackTheNewFile) {
     next += noise(100000, 3);
     for (int parts : {1, 2, 3, 5}) {
         std::string const delta = makeDelta(old, next, 3, parts);
-        EXPECT_EQ(applied(old, delta), next) << parts << " pieces";
+        EXPECT_EQ(applied(old, delta, old.size()), next) << parts << " pieces";
         EXPECT_LT(delta.size(), next.size() / 10) << parts << " pieces";  // the matches were found
     }
+}
+
+TEST(Delta, AnOldFileThatReadsShortFailsInsteadOfGivingWrongBytes) {
+    // The old file shrank after it was checked: the applier must not treat the missing tail as zeros.
+    std::string const old = noise(3 << 20, 4);
+    std::string next = old;
+    next[(3 << 20) - 10] = char(next[(3 << 20) - 10] ^ 1);
+    std::string const delta = makeDelta(old, next, 3, 1);
+    EXPECT_EQ(applied(old.substr(0, 2 << 20), delta, old.size()), "(failed)");
 }

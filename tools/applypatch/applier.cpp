@@ -139,29 +139,64 @@ void checkState(std::string const& folder, Manifest const& manifest) {
     });
 }
 
-// Writes one new file into the stage and checks it against the target hash.
-void stageFile(PatchFile const& patch, Locations const& at, Entry const& e, std::size_t index, uid_t owner, gid_t group) {
-    std::string const staged = at.stage + "/" + std::to_string(index);
-    int fd = open(staged.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-    if (fd < 0) failed("cannot stage " + e.path);
-    Sha256 hash;
-    std::uint64_t size = 0;
-    auto sink = [&](void const* data, std::size_t count) {
-        hash.update(data, count);
-        size += count;
-        for (auto const* bytes = static_cast<char const*>(data); count > 0;) {
-            ssize_t n = write(fd, bytes, count);
+// Collects the new file's bytes and writes them in large pieces: a delta hands over many small
+// runs, and a write call for each would cost more than the whole patch.
+class StagedWriter {
+public:
+    explicit StagedWriter(int fd) : m_fd(fd) { m_buffer.reserve(kSize); }
+    bool add(void const* data, std::size_t count) {
+        auto const* bytes = static_cast<char const*>(data);
+        if (m_buffer.size() + count > kSize && !flush()) return false;
+        if (count >= kSize) return writeAll(bytes, count);
+        m_buffer.insert(m_buffer.end(), bytes, bytes + count);
+        return true;
+    }
+    bool flush() {
+        bool const written = writeAll(m_buffer.data(), m_buffer.size());
+        m_buffer.clear();
+        return written;
+    }
+
+private:
+    static constexpr std::size_t kSize = 1 << 20;
+    bool writeAll(char const* bytes, std::size_t count) {
+        while (count > 0) {
+            ssize_t const n = write(m_fd, bytes, count);
             if (n < 0 && errno == EINTR) continue;
             if (n <= 0) return false;
             bytes += n;
             count -= std::size_t(n);
         }
         return true;
+    }
+
+    int m_fd;
+    std::vector<char> m_buffer;
+};
+
+// Writes one new file into the stage and checks it against the target hash.
+void stageFile(PatchFile const& patch, Locations const& at, Entry const& e, std::size_t index, uid_t owner, gid_t group) {
+    // The old file was checked by hash; a link put in its place since is not followed.
+    int const old = e.payload == PayloadKind::delta ? open((at.folder + "/" + e.path).c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC) : -1;
+    if (e.payload == PayloadKind::delta && old < 0) failed("cannot read " + e.path);
+    std::string const staged = at.stage + "/" + std::to_string(index);
+    int fd = open(staged.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    if (fd < 0) {
+        if (old >= 0) close(old);
+        failed("cannot stage " + e.path);
+    }
+    Sha256 hash;
+    std::uint64_t size = 0;
+    StagedWriter writer(fd);
+    auto sink = [&](void const* data, std::size_t count) {
+        hash.update(data, count);
+        size += count;
+        return writer.add(data, count);
     };
     bool produced;
     if (e.payload == PayloadKind::delta) {
-        std::string const old = readWholeFile(at.folder + "/" + e.path);
-        produced = applyDelta(old, patch.fd(), patch.payloadStart(e), e.payloadSize, sink);
+        produced = applyDelta(old, e.source.size, patch.fd(), patch.payloadStart(e), e.payloadSize, sink);
+        close(old);
     } else {
         ZstdFileReader reader(patch.fd(), patch.payloadStart(e), e.payloadSize);
         std::string buffer(1 << 17, '\0');
@@ -173,6 +208,7 @@ void stageFile(PatchFile const& patch, Locations const& at, Entry const& e, std:
         }
         produced = produced && reader.finished();
     }
+    produced = produced && writer.flush();
     if (geteuid() == 0 && fchown(fd, owner, group) != 0) produced = false;
     timespec const times[2] = {{e.mtimeSeconds, long(e.mtimeNanoseconds)}, {e.mtimeSeconds, long(e.mtimeNanoseconds)}};
     bool const finished = produced && fchmod(fd, e.target.mode) == 0 && futimens(fd, times) == 0;
@@ -181,17 +217,14 @@ void stageFile(PatchFile const& patch, Locations const& at, Entry const& e, std:
         throw PatchError(Refusal::bad_payload, "the new \"" + e.path + "\" does not come out as the patch says");
 }
 
-// Files this large are staged one at a time: a delta holds its old file in memory, and two at
-// once would break the bound of one largest file plus a few MiB.
-constexpr std::uint64_t kStagedAlone = 16u << 20;
-
 void stage(PatchFile const& patch, Locations const& at, Progress& progress) {
     if (mkdir(at.stage.c_str(), 0700) != 0 || mkdir(at.backup.c_str(), 0700) != 0) failed("cannot make " + at.stage);
     struct stat folder;
     stat(at.folder.c_str(), &folder);
     auto const& entries = patch.manifest().entries;
     std::mutex progressLock;
-    auto stageOne = [&](std::size_t i) {
+    // Every file streams through buffers of a fixed size, so the cores can all stage at once.
+    forEachOnCores(entries.size(), [&](std::size_t i) {
         Entry const& e = entries[i];
         if (e.op != Op::mode && e.target.kind == Kind::file) stageFile(patch, at, e, i, folder.st_uid, folder.st_gid);
         if (e.op != Op::mode && e.target.kind == Kind::link) {
@@ -203,12 +236,7 @@ void stage(PatchFile const& patch, Locations const& at, Progress& progress) {
         }
         std::lock_guard guard(progressLock);
         progress.step("staging");
-    };
-    std::vector<std::size_t> large, small;
-    for (std::size_t i = 0; i < entries.size(); ++i)
-        (entries[i].payload == PayloadKind::delta && entries[i].source.size >= kStagedAlone ? large : small).push_back(i);
-    for (std::size_t i : large) stageOne(i);
-    forEachOnCores(small.size(), [&](std::size_t k) { stageOne(small[k]); });
+    });
 }
 
 void setTimes(std::string const& path, Entry const& e) {

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <future>
 #include <limits>
@@ -201,7 +202,57 @@ std::string makeDelta(std::string_view oldData, std::string_view newData, int le
     return out + control + differences + extra;
 }
 
-bool applyDelta(std::string_view oldData, int patchFd, std::uint64_t offset, std::uint64_t size, Sink const& sink) {
+namespace {
+
+// The old file read through a window of fixed size: copies move forward with small jumps, so
+// nearly all are served from the window, and memory stays the same whatever the file's size.
+class OldWindow {
+public:
+    OldWindow(int fd, std::int64_t size) : m_fd(fd), m_size(size), m_bytes(kWindow) {}
+
+    // Adds old[position, position + count) to out; bytes before or past the file add nothing.
+    // False when the file cannot be read as long as it was said to be.
+    bool addTo(u8* out, std::int64_t position, std::size_t count) {
+        std::size_t i = 0;
+        if (position < 0) i = std::size_t(std::min<std::int64_t>(std::int64_t(count), -position));
+        while (i < count && position + std::int64_t(i) < m_size) {
+            std::int64_t const at = position + std::int64_t(i);
+            if ((at < m_start || at >= m_start + m_length) && !fill(at)) return false;
+            std::size_t const n = std::min(count - i, std::size_t(m_start + m_length - at));
+            u8 const* from = m_bytes.data() + (at - m_start);
+            for (std::size_t k = 0; k < n; ++k) out[i + k] = u8(out[i + k] + from[k]);
+            i += n;
+        }
+        return true;
+    }
+
+private:
+    static constexpr std::size_t kWindow = 1 << 20;
+
+    bool fill(std::int64_t at) {
+        std::size_t const want = std::size_t(std::min<std::int64_t>(std::int64_t(kWindow), m_size - at));
+        std::size_t got = 0;
+        while (got < want) {
+            ssize_t const n = pread(m_fd, m_bytes.data() + got, want - got, off_t(at + std::int64_t(got)));
+            if (n < 0 && errno == EINTR) continue;
+            if (n <= 0) return false;
+            got += std::size_t(n);
+        }
+        m_start = at;
+        m_length = std::int64_t(got);
+        return true;
+    }
+
+    int m_fd;
+    std::int64_t m_size;
+    std::vector<u8> m_bytes;
+    std::int64_t m_start = 0;
+    std::int64_t m_length = 0;
+};
+
+} // namespace
+
+bool applyDelta(int oldFd, std::uint64_t oldSize, int patchFd, std::uint64_t offset, std::uint64_t size, Sink const& sink) {
     u8 header[kHeader];
     if (size < kHeader || pread(patchFd, header, kHeader, off_t(offset)) != ssize_t(kHeader)) return false;
     std::int64_t const newSize = getNumber(header);
@@ -211,13 +262,12 @@ bool applyDelta(std::string_view oldData, int patchFd, std::uint64_t offset, std
         if (part < 0 || std::uint64_t(part) > left) return false;
         left -= std::uint64_t(part);
     }
-    if (left != 0 || newSize < 0) return false;
+    if (left != 0 || newSize < 0 || oldSize > std::uint64_t(std::numeric_limits<std::int64_t>::max())) return false;
     ZstdFileReader control(patchFd, at, std::uint64_t(sizes[0]));
     ZstdFileReader diff(patchFd, at + std::uint64_t(sizes[0]), std::uint64_t(sizes[1]));
     ZstdFileReader extra(patchFd, at + std::uint64_t(sizes[0] + sizes[1]), std::uint64_t(sizes[2]));
 
-    auto const* old = reinterpret_cast<u8 const*>(oldData.data());
-    std::int64_t const oldSize = std::int64_t(oldData.size());
+    OldWindow old(oldFd, std::int64_t(oldSize));
     std::vector<u8> buffer(1 << 16);
     auto emit = [&](std::size_t count) { return sink(buffer.data(), count); };
     std::int64_t newPosition = 0, oldPosition = 0;
@@ -228,12 +278,8 @@ bool applyDelta(std::string_view oldData, int patchFd, std::uint64_t offset, std
         if (copy < 0 || fresh < 0 || copy > newSize - newPosition || fresh > newSize - newPosition - copy) return false;
         for (std::int64_t done = 0; done < copy;) {
             std::size_t chunk = std::size_t(std::min<std::int64_t>(copy - done, std::int64_t(buffer.size())));
-            if (!diff.read(buffer.data(), chunk)) return false;
-            for (std::size_t i = 0; i < chunk; ++i) {
-                std::int64_t o = oldPosition + done + std::int64_t(i);
-                if (o >= 0 && o < oldSize) buffer[i] = u8(buffer[i] + old[o]);
-            }
-            if (!emit(chunk)) return false;
+            if (!diff.read(buffer.data(), chunk) || !old.addTo(buffer.data(), oldPosition + done, chunk) || !emit(chunk))
+                return false;
             done += std::int64_t(chunk);
         }
         newPosition += copy;
@@ -244,7 +290,8 @@ bool applyDelta(std::string_view oldData, int patchFd, std::uint64_t offset, std
             done += std::int64_t(chunk);
         }
         newPosition += fresh;
-        if (seek > std::numeric_limits<std::int64_t>::max() / 2 || seek < std::numeric_limits<std::int64_t>::min() / 2)
+        if (seek > std::numeric_limits<std::int64_t>::max() / 2 || seek < std::numeric_limits<std::int64_t>::min() / 2 ||
+            oldPosition > std::numeric_limits<std::int64_t>::max() / 2 || oldPosition < std::numeric_limits<std::int64_t>::min() / 2)
             return false;
         oldPosition += seek;
     }

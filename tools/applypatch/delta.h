@@ -18,9 +18,10 @@ std::string makeDelta(std::string_view oldData, std::string_view newData, int le
 // Receives the new file's bytes in order; answers false to stop.
 using Sink = std::function<bool(void const* data, std::size_t size)>;
 
-// Produces the new file from the old file's bytes and the delta payload stored at
-// [offset, offset + size) of `patchFd`. Memory stays a few buffers besides the old file. False
-// when the payload is malformed or the sink stops.
-bool applyDelta(std::string_view oldData, int patchFd, std::uint64_t offset, std::uint64_t size, Sink const& sink);
+// Produces the new file from the old file (`oldSize` bytes, read with pread from `oldFd`) and the
+// delta payload stored at [offset, offset + size) of `patchFd`. Memory stays a few buffers of a
+// fixed size, whatever the size of either file. False when the payload is malformed, the old file
+// reads short, or the sink stops.
+bool applyDelta(int oldFd, std::uint64_t oldSize, int patchFd, std::uint64_t offset, std::uint64_t size, Sink const& sink);
 
 } // namespace Refloom::Patch

@@ -16,17 +16,19 @@ namespace {
 
 void decodeDelta(std::string const& payload) {
     int fd = memfd_create("payload", 0);
-    if (fd < 0) return;
-    if (write(fd, payload.data(), payload.size()) == ssize_t(payload.size())) {
-        std::string const old(4096, 'o');
+    int old = memfd_create("old", 0);
+    std::string const oldBytes(4096, 'o');
+    if (fd >= 0 && old >= 0 && write(fd, payload.data(), payload.size()) == ssize_t(payload.size()) &&
+        write(old, oldBytes.data(), oldBytes.size()) == ssize_t(oldBytes.size())) {
         std::size_t produced = 0;
         // A payload may claim an enormous file: stop listening after a few MiB.
-        applyDelta(old, fd, 0, payload.size(), [&](void const*, std::size_t size) {
+        applyDelta(old, oldBytes.size(), fd, 0, payload.size(), [&](void const*, std::size_t size) {
             produced += size;
             return produced < (4u << 20);
         });
     }
-    close(fd);
+    if (fd >= 0) close(fd);
+    if (old >= 0) close(old);
 }
 
 } // namespace
