@@ -204,8 +204,9 @@ std::string makeDelta(std::string_view oldData, std::string_view newData, int le
 
 namespace {
 
-// The old file read through a window of fixed size: copies move forward with small jumps, so
-// nearly all are served from the window, and memory stays the same whatever the file's size.
+// The old file read through a window of fixed size, so memory stays the same whatever the file's
+// size. The window is small on purpose: in files such as a JDK's modules image the copies jump
+// about, and a miss that reads 1 MiB made applying three times slower than one of 64 KiB.
 class OldWindow {
 public:
     OldWindow(int fd, std::int64_t size) : m_fd(fd), m_size(size), m_bytes(kWindow) {}
@@ -227,7 +228,7 @@ public:
     }
 
 private:
-    static constexpr std::size_t kWindow = 1 << 20;
+    static constexpr std::size_t kWindow = 1 << 16;
 
     bool fill(std::int64_t at) {
         std::size_t const want = std::size_t(std::min<std::int64_t>(std::int64_t(kWindow), m_size - at));
