@@ -1,6 +1,8 @@
 // Walks the flows in the window, offscreen, on a sandbox root, and saves a picture of every
 // page it shows: docs/screenshots/FLOW-NN-PAGE.png. Run by the "screenshots" target.
 //   rf_screenshots BUNDLE ROOT OUTPUT_FOLDER
+#include <memory>
+
 #include <QAbstractButton>
 #include <QApplication>
 #include <QDir>
@@ -21,14 +23,22 @@ struct Walk {
     CommandLine::Flow flow;
 };
 
+// The controller on the real window file, for the demo user, with nothing that ends the program.
+std::unique_ptr<rfController> openWindow(QString const& bundle, QString const& root, QtWizardView*& shown) {
+    rfController::Setup const setup{.root = SystemRoot(root, QStringLiteral("/home/demo")), .bundlePath = bundle,
+                                    .custResourceDir = QString(), .mode = 0};
+    std::unique_ptr<QtWizardView> view = loadCustomizerWindow(setup.resourceDir());
+    shown = view.get();
+    auto controller = std::make_unique<rfController>(std::move(view), setup);
+    controller->terminate = [] {};
+    return controller;
+}
+
 // Presses Next through a flow, answering every question with its default, and saves each page.
 void walk(QString const& bundle, QString const& root, QString const& output, Walk const& which, bool dark) {
-    rfController::Setup setup{.root = SystemRoot(root, QStringLiteral("/home/demo")), .bundlePath = bundle,
-                              .custResourceDir = QString(), .mode = 0};
-    std::unique_ptr<QtWizardView> view = loadCustomizerWindow(setup.resourceDir());
-    QtWizardView* shown = view.get();
-    rfController controller(std::move(view), setup);
-    controller.terminate = [] {};
+    QtWizardView* shown = nullptr;
+    std::unique_ptr<rfController> const owned = openWindow(bundle, root, shown);
+    rfController& controller = *owned;
     if (dark) {
         QPalette palette = shown->window()->palette();
         palette.setColor(QPalette::Window, QColor(40, 40, 44));
@@ -66,12 +76,9 @@ void walk(QString const& bundle, QString const& root, QString const& output, Wal
 
 // Every page of the window on its own, as the flows show it when they reach it.
 void everyPage(QString const& bundle, QString const& root, QString const& output) {
-    rfController::Setup setup{.root = SystemRoot(root, QStringLiteral("/home/demo")), .bundlePath = bundle,
-                              .custResourceDir = QString(), .mode = 0};
-    std::unique_ptr<QtWizardView> view = loadCustomizerWindow(setup.resourceDir());
-    QtWizardView* shown = view.get();
-    rfController controller(std::move(view), setup);
-    controller.terminate = [] {};
+    QtWizardView* shown = nullptr;
+    std::unique_ptr<rfController> const owned = openWindow(bundle, root, shown);
+    rfController& controller = *owned;
     shown->window()->resize(820, 560);
     setUpWindow(controller, *shown);
     controller.startCustomState();
