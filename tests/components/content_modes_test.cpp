@@ -81,12 +81,6 @@ TEST(ContentModes, FolderRulesKeepAFolderTheUserChanged) {
     EXPECT_FALSE(fs::exists(library));
 }
 
-TEST(ContentModes, UninstallEntryOnlyAnswers) {
-    Modes m;
-    EXPECT_EQ(m.modes.installUninstMode(mode_check, 2, QString(), QString()), 0);
-    EXPECT_EQ(m.modes.installUninstMode(mode_remove, 2, QString(), QString()), 1);
-}
-
 TEST(ContentModes, CategoriesPassTheFolderOperationsAnswerThrough) {
     Modes m;
     EXPECT_EQ(m.modes.installCategoryMode(mode_check, 3, QString(), QString()), 0);

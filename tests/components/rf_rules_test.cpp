@@ -55,15 +55,6 @@ TEST(rfRules, ChildrenBelongToTheNearestCategoryAbove) {
     EXPECT_TRUE(rules.getItemChildren(0).isNull());
 }
 
-TEST(rfRules, InitialStateSetsBothCurrentOnlyItself) {
-    Scratch s;
-    rfRules rules(write(s, "A|0|a|inst_Dir"));
-    rules.setInitialItemState(0, -1);
-    rules.setItemState(0, 1);
-    EXPECT_EQ(rules.getItemInitialState(0), -1);
-    EXPECT_EQ(rules.getItemState(0), 1);
-}
-
 TEST(rfRules, BadFilesGiveTheEmptyTableOrStillParse) {
     Scratch s;
     EXPECT_EQ(rfRules(QString::fromStdString(s / "missing.txt")).count(), 0);

@@ -59,15 +59,6 @@ TEST(WordDiscovery, FindsEachCopyOnceAndItsFirstStartupFolder) {
     EXPECT_TRUE(w.messages().contains("    --> \"" + w.at(w.office365) + "\""));
 }
 
-TEST(WordDiscovery, StartToFindClearsTheFlagBuildsAndChecks) {
-    Word w;
-    w.word->startToFind();
-    EXPECT_FALSE(w.mrgnPathAdded);
-    EXPECT_EQ(w.checks, 1);
-    EXPECT_EQ(w.word->wordAndStartupPaths().size(), 2);
-    EXPECT_TRUE(w.view.spinning.value("custProgress"));
-}
-
 TEST(WordDiscovery, PageTextCountsTheCopies) {
     struct Case {
         std::vector<std::string> words;
