@@ -1,15 +1,12 @@
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <chrono>
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <random>
-#include <thread>
+#include <sstream>
+#include <string>
+#include <vector>
 
 #include "tests/tools/patch_fixture.h"
 
@@ -18,21 +15,26 @@ using rf_test::PatchFixture;
 
 namespace {
 
-// Starts applyPatch, kills it after `delay`, and waits for it.
-void applyAndKill(std::string const& tool, std::string const& folder, std::string const& patch,
-                  std::chrono::microseconds delay) {
-    char const* argv[] = {tool.c_str(), "-d", folder.c_str(), "-i", patch.c_str(), nullptr};
-    pid_t pid;
-    ASSERT_EQ(posix_spawn(&pid, tool.c_str(), nullptr, nullptr, const_cast<char**>(argv), nullptr), 0);
-    std::this_thread::sleep_for(delay);
-    kill(pid, SIGKILL);
-    waitpid(pid, nullptr, 0);
+// One line per file-system call of a whole run, in order (see fs_call_shim.c).
+std::vector<std::string> callsOfARun(PatchFixture& f, std::string const& folder, std::string const& patch) {
+    std::string const log = f.scratch / "calls.log";
+    fs::remove(log);
+    EXPECT_EQ(rf_test::run("RF_FS_CALL_LOG='" + log + "' LD_PRELOAD='" RF_FS_CALL_SHIM "' '" + f.tool + "' -d '" + folder +
+                           "' -i '" + patch + "'"),
+              0);
+    std::vector<std::string> calls;
+    std::istringstream lines(rf_test::read_file(log));
+    for (std::string line; std::getline(lines, line);) calls.push_back(line);
+    return calls;
 }
 
 } // namespace
 
-// A run killed at any instant leaves, after the next run recovers, exactly the old tree or
-// exactly the new one. RF_CRASH_TRIALS runs more trials (the benchmark target runs 200).
+// A run killed between any two of its file-system calls leaves, after the next run recovers,
+// exactly the old tree up to the moment the journal says "committed", and exactly the new one
+// after it. The kills are spread evenly over the run's calls, so staging, the commit and the
+// clean-up are each tried in proportion to their work; RF_CRASH_TRIALS runs more trials (the
+// benchmark target runs 500), and as many trials as calls tries every one.
 TEST(ApplyPatch, KilledRunsLeaveTheOldTreeOrTheNewOne) {
     PatchFixture f;
     std::string const old = f.scratch / "old", next = f.scratch / "new", work = f.scratch / "work";
@@ -44,26 +46,31 @@ TEST(ApplyPatch, KilledRunsLeaveTheOldTreeOrTheNewOne) {
     f.scratch.write("new/d0/f0/now-a-folder/x", "x");
     std::string const patch = f.make(old, next);
 
-    // How long a whole run takes, to spread the kills over it.
     ASSERT_EQ(rf_test::run("cp -a '" + old + "' '" + work + "'"), 0);
-    auto const start = std::chrono::steady_clock::now();
-    ASSERT_EQ(f.apply(work, patch), 0);
-    auto const span = std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - start);
+    std::vector<std::string> const calls = callsOfARun(f, work, patch);
+    std::vector<long> journal;  // the call numbers of "committing" and "committed"
+    for (std::size_t i = 0; i < calls.size(); ++i)
+        if (calls[i].starts_with("rename ") && calls[i].find("rfpatch-journal.new ") != std::string::npos) journal.push_back(long(i) + 1);
+    ASSERT_EQ(journal.size(), 2u);
 
-    int const trials = std::getenv("RF_CRASH_TRIALS") ? std::atoi(std::getenv("RF_CRASH_TRIALS")) : 8;
-    std::mt19937 random(20261122);
-    int sawOld = 0, sawNew = 0;
-    for (int trial = 0; trial < trials; ++trial) {
+    long const total = long(calls.size());
+    long const trials = std::min(total, std::getenv("RF_CRASH_TRIALS") ? std::atol(std::getenv("RF_CRASH_TRIALS")) : 8);
+    long phases[3] = {0, 0, 0};  // staging, committing, cleaning up
+    for (long trial = 0; trial < trials; ++trial) {
+        long const killAt = 1 + trial * total / trials;
         fs::remove_all(work);
         ASSERT_EQ(rf_test::run("cp -a '" + old + "' '" + work + "'"), 0);
-        applyAndKill(f.tool, work, patch, std::chrono::microseconds(random() % (span.count() + 1)));
+        rf_test::run("RF_FS_KILL_AT=" + std::to_string(killAt) + " LD_PRELOAD='" RF_FS_CALL_SHIM "' '" + f.tool + "' -d '" +
+                     work + "' -i '" + patch + "' 2>/dev/null");
         f.apply(work, patch, "-n");  // any run first completes or undoes the killed one
-        bool const isOld = rf_test::sameTree(work, old), isNew = rf_test::sameTree(work, next);
-        ASSERT_TRUE(isOld || isNew) << "trial " << trial << ": the folder is neither tree";
-        sawOld += isOld;
-        sawNew += isNew;
+        bool const committed = killAt > journal[1];
+        ++phases[killAt <= journal[0] ? 0 : committed ? 2 : 1];
+        ASSERT_TRUE(rf_test::sameTree(work, committed ? next : old))
+            << "killed before call " << killAt << " (" << calls[std::size_t(killAt - 1)] << "): not the "
+            << (committed ? "new" : "old") << " tree";
         for (char const* leftover : {".work.rfpatch-stage", ".work.rfpatch-backup", ".work.rfpatch-journal"})
             EXPECT_FALSE(fs::exists(f.scratch / leftover)) << leftover;
     }
-    std::printf("%d runs killed: %d left the old tree, %d the new one\n", trials, sawOld, sawNew);
+    std::printf("%ld runs killed (of %ld call points): %ld while staging, %ld while committing, %ld while cleaning up\n",
+                trials, total, phases[0], phases[1], phases[2]);
 }
