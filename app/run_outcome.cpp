@@ -85,7 +85,7 @@ QJsonObject RunOutcome::report() const {
                                   {"versionBefore", copy.versionBefore},
                                   {"versionAfter", copy.answered ? copy.versionAfter : copy.versionBefore},
                                   {"dryRun", copy.patchable ? "patchable" : "unpatchable"},
-                                  {"patch", copy.patched ? "patched" : copy.answered ? "failed" : copy.offered ? "declined" : "not offered"},
+                                  {"patch", copy.upToDateBefore() ? "up to date" : copy.patched ? "patched" : copy.answered ? "failed" : copy.offered ? "declined" : "not offered"},
                                   {"administrator", copy.administrator}});
     int const exit = status();
     return QJsonObject{{"program", "Refloom 2025 Updater"},
@@ -102,12 +102,14 @@ QJsonObject RunOutcome::report() const {
 QStringList RunOutcome::summary() const {
     QStringList lines;
     for (PatchFlow::Copy const& copy : m_controller.patchFlow().copies()) {
-        if (copy.patched)
+        if (copy.upToDateBefore())
+            lines << QStringLiteral("Already up to date: %1 (%2)").arg(copy.folder, copy.versionAfter);
+        else if (copy.patched)
             lines << QStringLiteral("Updated: %1 (%2 -> %3)").arg(copy.folder, copy.versionBefore, copy.versionAfter);
         else if (copy.answered)
             lines << QStringLiteral("Not updated: %1").arg(copy.folder);
         else if (!copy.patchable)
-            lines << QStringLiteral("Cannot be updated (already up to date or changed): %1").arg(copy.folder);
+            lines << QStringLiteral("Cannot be updated (not as this update expects): %1").arg(copy.folder);
         else
             lines << QStringLiteral("Left as it was: %1").arg(copy.folder);
     }

@@ -88,7 +88,7 @@ bool PatchFlow::patchRefloom(QString const& folder, bool justTesting) {
     int const launched = m_context.runner.launchRootApp(tool(), arguments);
     copy->administrator = m_context.runner.authorization() == CommandRunner::Authorization::granted;
     copy->versionAfter = version(folder);
-    copy->patched = launched == 0 && copy->versionAfter != copy->versionBefore;
+    copy->patched = launched == 0;
     if (launched != 0) return true;
 
     if (m_hooks.installWordMode) {

@@ -30,7 +30,10 @@ public:
         bool patchable = false;   // the dry run succeeded
         bool offered = false;
         bool answered = false;    // the user said Yes (a patch was tried)
-        bool patched = false;     // the real run and its tool succeeded
+        bool patched = false;     // the real run and its tool succeeded: the copy is at the patch's release
+        // The patch takes every copy to one release, so a run that succeeded without changing the
+        // version found the copy there already.
+        bool upToDateBefore() const { return patched && versionAfter == versionBefore; }
         bool administrator = false;
     };
 

@@ -91,7 +91,7 @@ TEST(ApplyPatch, RefusesToWriteThroughALinkInTheFolder) {
     EXPECT_TRUE(fs::is_empty(r.scratch / "outside"));
 }
 
-TEST(ApplyPatch, RefusesAFolderNotInItsSourceState) {
+TEST(ApplyPatch, RefusesAFolderInNeitherState) {
     Refusals r;
     r.scratch.write("folder/kept.txt", "changed by someone");
     r.scratch.write("pristine/kept.txt", "changed by someone");
@@ -101,6 +101,11 @@ TEST(ApplyPatch, RefusesAFolderNotInItsSourceState) {
     fs::permissions(r.folder + "/kept.txt", fs::perms::owner_read);  // content back, mode not
     r.scratch.write("folder/kept.txt", "kept");
     EXPECT_EQ(r.apply(r.folder, r.good, "-n"), 6);
+    // Half of it as patched is not "up to date".
+    fs::permissions(r.folder + "/kept.txt", fs::status(r.pristine + "/kept.txt").permissions());
+    r.scratch.write("folder/added.txt", "added");
+    EXPECT_EQ(r.apply(r.folder, r.good, "-n"), 6);
+    EXPECT_EQ(r.apply(r.folder, r.good), 6);
 }
 
 TEST(MakePatch, AKeyPairIsItsOwnersAloneAndNeverWrittenOver) {

@@ -75,7 +75,7 @@ struct Demo {
 
 } // namespace
 
-TEST(Updater, UnattendedPatchesEveryCopyThenFindsNothingLeft) {
+TEST(Updater, UnattendedPatchesEveryCopyAndASecondRunFindsThemUpToDate) {
     SKIP_UNLESS_ROOT();
     Demo d;
     Demo::Run const run = d.run({"--unattended"});
@@ -96,10 +96,12 @@ TEST(Updater, UnattendedPatchesEveryCopyThenFindsNothingLeft) {
     EXPECT_TRUE(log.contains(QString("Found patchable candidate: %1.").arg(QString::fromStdString(d.first))));
     EXPECT_TRUE(log.filter("Running as admin: ").filter(" Result: 0").size() == 2);
 
+    // A second run finds both at the new release and changes nothing.
     Demo::Run const again = d.run({"--unattended"});
-    EXPECT_EQ(again.status, 4) << again.output.toStdString();
-    EXPECT_TRUE(again.output.contains("No copy of Refloom 2025 that this update applies to was found"));
-    EXPECT_TRUE(d.log().contains(QString("Found unpatchable instance: %1.").arg(QString::fromStdString(d.second))));
+    EXPECT_EQ(again.status, 0) << again.output.toStdString();
+    EXPECT_TRUE(again.output.contains(QString("Already up to date: %1 (2025.3)").arg(QString::fromStdString(d.second))));
+    EXPECT_TRUE(d.isNew(d.first));
+    for (QJsonValue const& copy : d.reportJson()["copies"].toArray()) EXPECT_EQ(copy["patch"].toString(), QString("up to date"));
 }
 
 TEST(Updater, ACopyRefusedWithNoIsLeftAsItWas) {

@@ -128,15 +128,28 @@ bool sameState(Node const& expected, Node const& found) {
     }
 }
 
-void checkState(std::string const& folder, Manifest const& manifest) {
-    std::set<std::string> const replaced = replacedLinks(manifest);
+// Raises PatchError(wrong_state) naming a path that is not in the given state (the entries'
+// source or target), and (unsafe_path) for a path that would lead out through a link.
+void checkState(std::string const& folder, Manifest const& manifest, Node Entry::*state) {
+    // Below a link the patch replaces nothing can be there before; after, no link is left.
+    std::set<std::string> const replaced = state == &Entry::source ? replacedLinks(manifest) : std::set<std::string>{};
     forEachOnCores(manifest.entries.size(), [&](std::size_t i) {
         Entry const& e = manifest.entries[i];
         bool const belowReplacedLink = checkParents(folder, e, replaced);
         Node const found = belowReplacedLink ? Node{} : inspect(folder, e.path);
-        if (!sameState(e.source, found))
+        if (!sameState(e.*state, found))
             throw PatchError(Refusal::wrong_state, "\"" + e.path + "\" is not as the patch expects; nothing was changed");
     });
+}
+
+bool isInState(std::string const& folder, Manifest const& manifest, Node Entry::*state) {
+    try {
+        checkState(folder, manifest, state);
+        return true;
+    } catch (PatchError const& error) {
+        if (error.why() == Refusal::wrong_state || error.why() == Refusal::unsafe_path) return false;
+        throw;
+    }
 }
 
 // Collects the new file's bytes and writes them in large pieces: a delta hands over many small
@@ -276,14 +289,21 @@ void commit(Locations const& at, Manifest const& manifest, Progress& progress) {
 
 } // namespace
 
-void applyPatch(PatchFile const& patch, ApplyOptions const& options) {
+Outcome applyPatch(PatchFile const& patch, ApplyOptions const& options) {
     Locations const at = locate(options.folder);
     FolderLock lock(at.lock);
     recover(at);
     Manifest const& manifest = patch.manifest();
-    checkState(at.folder, manifest);
+    try {
+        checkState(at.folder, manifest, &Entry::source);
+    } catch (PatchError const& error) {
+        // A copy patched before is what this run would make of it: nothing to do, and no harm in
+        // asking twice. Any other state is refused as found.
+        if (error.why() == Refusal::wrong_state && isInState(at.folder, manifest, &Entry::target)) return Outcome::up_to_date;
+        throw;
+    }
     forEachOnCores(manifest.entries.size(), [&](std::size_t i) { patch.checkPayload(manifest.entries[i]); });
-    if (options.dryRun) return;
+    if (options.dryRun) return Outcome::applied;
 
     Progress progress(options.progress, manifest.entries.size());
     try {
@@ -310,6 +330,7 @@ void applyPatch(PatchFile const& patch, ApplyOptions const& options) {
     writeJournal(at, JournalState::committed, manifest);
     cleanUp(at);
     if (options.progress) std::fputc('\n', stderr);
+    return Outcome::applied;
 }
 
 } // namespace Refloom::Patch

@@ -13,8 +13,13 @@ struct ApplyOptions {
     bool progress = false;  // report progress on standard error
 };
 
+enum class Outcome {
+    applied,     // patched (or, in a dry run, would be)
+    up_to_date,  // already exactly in the patch's target state; nothing was changed
+};
+
 // Raises PatchError. Before anything else it completes or rolls back an interrupted run on the
 // folder. A refusal leaves the folder untouched; a failure while applying restores it.
-void applyPatch(PatchFile const& patch, ApplyOptions const& options);
+Outcome applyPatch(PatchFile const& patch, ApplyOptions const& options);
 
 } // namespace Refloom::Patch

@@ -1,9 +1,9 @@
 // applyPatch -d FOLDER -i PATCH [-n] [-C]
-//   -n  dry run: exit 0 only when the folder is exactly in the patch's source state
+//   -n  dry run: exit 0 only when the folder is exactly in the patch's source or target state
 //   -C  print the patch's content entries, one "value,key" line each
-// The public key is "applyPatch.pub" beside this executable. Exit statuses: 0 done, 1 usage,
-// 2 unreadable patch, 3 bad signature, 4 unknown format version, 5 unsafe path, 6 folder not in
-// the expected state, 7 payload or result hash mismatch, 8 failed and restored.
+// The public key is "applyPatch.pub" beside this executable. Exit statuses: 0 done or already up
+// to date, 1 usage, 2 unreadable patch, 3 bad signature, 4 unknown format version, 5 unsafe path,
+// 6 folder in neither state, 7 payload or result hash mismatch, 8 failed and restored.
 #include <unistd.h>
 
 #include <climits>
@@ -22,18 +22,21 @@ constexpr char kHelp[] =
     "Applies a signed patch to FOLDER: every file the patch changes is checked to be exactly as\n"
     "the patch expects, the new files are staged beside the folder, and the change is committed\n"
     "under a journal, so that any failure or crash leaves the folder as it was or as patched.\n"
+    "A folder already exactly as the patch would leave it is left alone: applyPatch says so and\n"
+    "exits 0, so running a patch twice does no harm.\n"
     "\n"
     "  -d FOLDER   the folder to patch (for the updater, the folder that holds the application)\n"
     "  -i PATCH    the patch file\n"
     "  -n          dry run: check only; exit 0 when the folder is exactly in the patch's source state\n"
+    "              (or already in its target state, which it then says)\n"
     "  -C          print the patch's content entries, one \"value,key\" line each (no folder needed)\n"
     "  --help      this text\n"
     "\n"
     "The public key that must have signed the patch is \"applyPatch.pub\" beside this program\n"
     "(made with makePatch --genkey).\n"
     "\n"
-    "Exit status: 0 done; 1 usage; 2 unreadable patch; 3 bad signature; 4 unknown format version;\n"
-    "5 unsafe path in the patch; 6 folder not in the expected state (changed, or already patched);\n"
+    "Exit status: 0 done, or already up to date; 1 usage; 2 unreadable patch; 3 bad signature;\n"
+    "4 unknown format version; 5 unsafe path in the patch; 6 folder in neither the patch's source nor its target state;\n"
     "7 payload or result hash mismatch; 8 failed, and the folder was restored.\n";
 
 int usage() {
@@ -76,7 +79,8 @@ int main(int argc, char** argv) {
             for (auto const& [value, key] : patch.manifest().content) std::printf("%s,%s\n", value.c_str(), key.c_str());
             return 0;
         }
-        applyPatch(patch, {folder, dryRun, isatty(2) == 1});
+        if (applyPatch(patch, {folder, dryRun, isatty(2) == 1}) == Outcome::up_to_date)
+            std::printf("applyPatch: \"%s\" is already up to date; nothing was changed\n", folder.c_str());
         return 0;
     } catch (PatchError const& error) {
         std::fprintf(stderr, "applyPatch: %s\n", error.what());
