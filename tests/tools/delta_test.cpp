@@ -3,6 +3,7 @@
 
 #include <cstdio>
 #include <random>
+#include <vector>
 
 #include "tests/fixtures/scratch.h"
 #include "tools/applypatch/delta.h"
@@ -26,12 +27,25 @@ std::FILE* fileHolding(std::string const& bytes) {
     return file;
 }
 
+// `bits` with `count` bits inserted at bit `at` (least significant bit first, as bitcode packs).
+std::string insertBits(std::string const& bytes, std::size_t at, std::size_t count, unsigned seed) {
+    std::vector<bool> bits;
+    for (unsigned char byte : bytes)
+        for (int k = 0; k < 8; ++k) bits.push_back((byte >> k) & 1);
+    std::mt19937 random(seed);
+    for (std::size_t i = 0; i < count; ++i) bits.insert(bits.begin() + std::ptrdiff_t(at), random() & 1);
+    std::string out((bits.size() + 7) / 8, '\0');
+    for (std::size_t i = 0; i < bits.size(); ++i) out[i / 8] = char(out[i / 8] | (bits[i] << (i % 8)));
+    return out;
+}
+
 // `oldSize`: what the applier was told the old file holds.
-std::string applied(std::string const& old, std::string const& delta, std::size_t oldSize) {
+std::string applied(std::string const& old, std::string const& delta, std::size_t oldSize,
+                    OldView view = OldView::bytes) {
     std::FILE* oldFile = fileHolding(old);
     std::FILE* deltaFile = fileHolding(delta);
     std::string out;
-    bool const ok = applyDelta(fileno(oldFile), oldSize, fileno(deltaFile), 0, delta.size(), [&out](void const* data, std::size_t size) {
+    bool const ok = applyDelta(fileno(oldFile), oldSize, view, fileno(deltaFile), 0, delta.size(), [&out](void const* data, std::size_t size) {
         out.append(static_cast<char const*>(data), size);
         return true;
     });
@@ -63,4 +77,19 @@ TEST(Delta, AnOldFileThatReadsShortFailsInsteadOfGivingWrongBytes) {
     next[(3 << 20) - 10] = char(next[(3 << 20) - 10] ^ 1);
     std::string const delta = makeDelta(old, next, 3, 1);
     EXPECT_EQ(applied(old.substr(0, 2 << 20), delta, old.size()), "(failed)");
+}
+
+TEST(Delta, ABitPackedFileShiftedByAFewBitsMatchesAgainThroughTheBitView) {
+    // Fields inserted a few bits long, as in a rebuilt bitcode file: every later byte shifts.
+    // 300 KB spans several of the applier's read windows.
+    std::string const old = noise(300000, 5);
+    std::string next = insertBits(old, 8 * 1000 + 3, 5, 6);
+    next = insertBits(next, 8 * 150000 + 1, 2, 7);
+    next = insertBits(next, 8 * 299000 + 6, 9, 8);
+    std::string const plain = makeDelta(old, next, 3, 1, OldView::bytes);
+    std::string const shifted = makeDelta(old, next, 3, 2, OldView::bits);
+    EXPECT_EQ(applied(old, plain, old.size()), next);
+    EXPECT_EQ(applied(old, shifted, old.size(), OldView::bits), next);
+    EXPECT_LT(shifted.size(), plain.size() / 20);
+    EXPECT_EQ(applied(old.substr(0, 200000), shifted, old.size(), OldView::bits), "(failed)");
 }

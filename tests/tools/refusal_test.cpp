@@ -52,6 +52,8 @@ TEST(ApplyPatch, RefusesPatchesItCannotTrust) {
 
     std::string newer = bytes;
     newer[8] = 2;  // major version 2
+    std::string newerMinor = bytes;
+    newerMinor[10] = char(kMinorVersion + 1);
     std::string tampered = bytes;
     tampered[kHeaderSize + 3] ^= 1;  // a manifest byte: the signature no longer holds
     struct Case {
@@ -66,6 +68,7 @@ TEST(ApplyPatch, RefusesPatchesItCannotTrust) {
         {"header only", r.scratch.write("short.patch", bytes.substr(0, 30)), 2},
         {"not a patch", r.scratch.write("text.patch", "hello, this is not a patch at all, not even close"), 2},
         {"unknown major version", r.scratch.write("newer.patch", newer), 4},
+        {"newer minor version", r.scratch.write("newer-minor.patch", newerMinor), 4},
         {"tampered manifest", r.scratch.write("tampered.patch", tampered), 3},
         {"another key", r.write(Manifest{}, "", "other.patch", otherKey), 3},
         {"absolute path", r.adding("/tmp/rf-evil", compress("evil", 3), "absolute.patch"), 5},

@@ -21,6 +21,17 @@ std::string binary(std::size_t size, unsigned seed) {
     return data;
 }
 
+// Bitcode's magic, then `body` with `shift` zero bits put in front of it (least significant bit
+// first, as bitcode packs its fields): every byte of the body changes.
+std::string bitcode(std::string const& body, int shift) {
+    std::string out = std::string("BC\xC0\xDE", 4) + std::string(body.size() + 1, '\0');
+    for (std::size_t i = 0; i <= body.size(); ++i) {
+        unsigned const low = i < body.size() ? std::uint8_t(body[i]) : 0, high = i > 0 ? std::uint8_t(body[i - 1]) : 0;
+        out[4 + i] = char(shift == 0 ? low : ((low << shift) | (high >> (8 - shift))) & 0xFF);
+    }
+    return out;
+}
+
 void setTime(std::string const& path, int daysAgo) {
     fs::last_write_time(path, fs::file_time_type::clock::now() - std::chrono::hours(24 * daysAgo));
 }
@@ -57,6 +68,11 @@ Case const kCases[] = {
          f.scratch.write(n + "/link becomes file", "now a file");
          f.scratch.write(o + "/file becomes link", "was a file");
          fs::create_symlink("../outside", n + "/file becomes link");
+     }},
+    {"bitcode whose bits moved", [](PatchFixture& f, std::string const& o, std::string const& n) {
+         std::string const body = binary(200000, 9);
+         f.scratch.write(o + "/module.bc", bitcode(body, 0));
+         f.scratch.write(n + "/module.bc", bitcode(body.substr(0, 120000) + "new field" + body.substr(120000), 3));
      }},
     {"modes only", [](PatchFixture& f, std::string const& o, std::string const& n) {
          for (std::string const& t : {o, n}) {

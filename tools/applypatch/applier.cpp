@@ -190,8 +190,8 @@ private:
 // Writes one new file into the stage and checks it against the target hash.
 void stageFile(PatchFile const& patch, Locations const& at, Entry const& e, std::size_t index, uid_t owner, gid_t group) {
     // The old file was checked by hash; a link put in its place since is not followed.
-    int const old = e.payload == PayloadKind::delta ? open((at.folder + "/" + e.path).c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC) : -1;
-    if (e.payload == PayloadKind::delta && old < 0) failed("cannot read " + e.path);
+    int const old = isDelta(e.payload) ? open((at.folder + "/" + e.path).c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC) : -1;
+    if (isDelta(e.payload) && old < 0) failed("cannot read " + e.path);
     std::string const staged = at.stage + "/" + std::to_string(index);
     int fd = open(staged.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
     if (fd < 0) {
@@ -207,8 +207,9 @@ void stageFile(PatchFile const& patch, Locations const& at, Entry const& e, std:
         return writer.add(data, count);
     };
     bool produced;
-    if (e.payload == PayloadKind::delta) {
-        produced = applyDelta(old, e.source.size, patch.fd(), patch.payloadStart(e), e.payloadSize, sink);
+    if (isDelta(e.payload)) {
+        OldView const view = e.payload == PayloadKind::bit_delta ? OldView::bits : OldView::bytes;
+        produced = applyDelta(old, e.source.size, view, patch.fd(), patch.payloadStart(e), e.payloadSize, sink);
         close(old);
     } else {
         ZstdFileReader reader(patch.fd(), patch.payloadStart(e), e.payloadSize);

@@ -11,14 +11,16 @@
 #include <thread>
 #include <vector>
 
+#include "tools/applypatch/delta_layout.h"
 #include "tools/applypatch/format.h"
 #include "tools/applypatch/zstd_stream.h"
 
 namespace Refloom::Patch {
 namespace {
 
+using namespace DeltaLayout;
+
 using u8 = std::uint8_t;
-constexpr std::size_t kHeader = 4 * 8;  // new size, then the compressed size of each stream
 
 std::int64_t matchLength(u8 const* a, std::int64_t aSize, u8 const* b, std::int64_t bSize) {
     std::int64_t const limit = std::min(aSize, bSize);
@@ -60,16 +62,6 @@ std::int64_t search(std::vector<saidx_t> const& suffixes, u8 const* old, std::in
     }
     position = lowLength > highLength ? suffixes[std::size_t(low)] : suffixes[std::size_t(high)];
     return std::max(lowLength, highLength);
-}
-
-void putNumber(std::string& out, std::int64_t value) {
-    for (int i = 0; i < 8; ++i) out.push_back(char((std::uint64_t(value) >> (8 * i)) & 0xFF));
-}
-
-std::int64_t getNumber(u8 const* in) {
-    std::uint64_t value = 0;
-    for (int i = 0; i < 8; ++i) value |= std::uint64_t(in[i]) << (8 * i);
-    return std::int64_t(value);
 }
 
 struct Streams {
@@ -181,11 +173,23 @@ Streams diffFiles(u8 const* old, std::int64_t oldSize, u8 const* next, std::int6
     return joined;
 }
 
+// The old file as `copies` copies, the kth read from its bit k on.
+std::string viewed(std::string_view old, std::size_t copies) {
+    std::string out(old.size() * copies, '\0');
+    for (std::size_t shift = 0; shift < copies; ++shift)
+        for (std::size_t i = 0; i < old.size(); ++i)
+            out[shift * old.size() + i] = char(shiftedByte(u8(old[i]), i + 1 < old.size() ? u8(old[i + 1]) : 0, int(shift)));
+    return out;
+}
+
 } // namespace
 
-std::string makeDelta(std::string_view oldData, std::string_view newData, int level, int parts) {
-    if (oldData.size() > std::size_t(std::numeric_limits<saidx_t>::max()))
+std::string makeDelta(std::string_view oldData, std::string_view newData, int level, int parts, OldView view) {
+    std::size_t const copies = std::size_t(view);
+    if (oldData.size() > std::size_t(std::numeric_limits<saidx_t>::max()) / copies)
         throw PatchError(Refusal::failed, "file too large for a delta");
+    std::string const seen = copies == 1 ? std::string() : viewed(oldData, copies);
+    if (copies > 1) oldData = seen;
     Streams s = diffFiles(reinterpret_cast<u8 const*>(oldData.data()), std::int64_t(oldData.size()),
                           reinterpret_cast<u8 const*>(newData.data()), std::int64_t(newData.size()),
                           parts > 0 ? parts : int(std::max(1u, std::thread::hardware_concurrency())));
@@ -200,103 +204,6 @@ std::string makeDelta(std::string_view oldData, std::string_view newData, int le
     putNumber(out, std::int64_t(differences.size()));
     putNumber(out, std::int64_t(extra.size()));
     return out + control + differences + extra;
-}
-
-namespace {
-
-// The old file read through a window of fixed size, so memory stays the same whatever the file's
-// size. The window is small on purpose: in files such as a JDK's modules image the copies jump
-// about, and a miss that reads 1 MiB made applying three times slower than one of 64 KiB.
-class OldWindow {
-public:
-    OldWindow(int fd, std::int64_t size) : m_fd(fd), m_size(size), m_bytes(kWindow) {}
-
-    // Adds old[position, position + count) to out; bytes before or past the file add nothing.
-    // False when the file cannot be read as long as it was said to be.
-    bool addTo(u8* out, std::int64_t position, std::size_t count) {
-        std::size_t i = 0;
-        if (position < 0) i = std::size_t(std::min<std::int64_t>(std::int64_t(count), -position));
-        while (i < count && position + std::int64_t(i) < m_size) {
-            std::int64_t const at = position + std::int64_t(i);
-            if ((at < m_start || at >= m_start + m_length) && !fill(at)) return false;
-            std::size_t const n = std::min(count - i, std::size_t(m_start + m_length - at));
-            u8 const* from = m_bytes.data() + (at - m_start);
-            for (std::size_t k = 0; k < n; ++k) out[i + k] = u8(out[i + k] + from[k]);
-            i += n;
-        }
-        return true;
-    }
-
-private:
-    static constexpr std::size_t kWindow = 1 << 16;
-
-    bool fill(std::int64_t at) {
-        std::size_t const want = std::size_t(std::min<std::int64_t>(std::int64_t(kWindow), m_size - at));
-        std::size_t got = 0;
-        while (got < want) {
-            ssize_t const n = pread(m_fd, m_bytes.data() + got, want - got, off_t(at + std::int64_t(got)));
-            if (n < 0 && errno == EINTR) continue;
-            if (n <= 0) return false;
-            got += std::size_t(n);
-        }
-        m_start = at;
-        m_length = std::int64_t(got);
-        return true;
-    }
-
-    int m_fd;
-    std::int64_t m_size;
-    std::vector<u8> m_bytes;
-    std::int64_t m_start = 0;
-    std::int64_t m_length = 0;
-};
-
-} // namespace
-
-bool applyDelta(int oldFd, std::uint64_t oldSize, int patchFd, std::uint64_t offset, std::uint64_t size, Sink const& sink) {
-    u8 header[kHeader];
-    if (size < kHeader || pread(patchFd, header, kHeader, off_t(offset)) != ssize_t(kHeader)) return false;
-    std::int64_t const newSize = getNumber(header);
-    std::int64_t const sizes[3] = {getNumber(header + 8), getNumber(header + 16), getNumber(header + 24)};
-    std::uint64_t at = offset + kHeader, left = size - kHeader;
-    for (std::int64_t part : sizes) {
-        if (part < 0 || std::uint64_t(part) > left) return false;
-        left -= std::uint64_t(part);
-    }
-    if (left != 0 || newSize < 0 || oldSize > std::uint64_t(std::numeric_limits<std::int64_t>::max())) return false;
-    ZstdFileReader control(patchFd, at, std::uint64_t(sizes[0]));
-    ZstdFileReader diff(patchFd, at + std::uint64_t(sizes[0]), std::uint64_t(sizes[1]));
-    ZstdFileReader extra(patchFd, at + std::uint64_t(sizes[0] + sizes[1]), std::uint64_t(sizes[2]));
-
-    OldWindow old(oldFd, std::int64_t(oldSize));
-    std::vector<u8> buffer(1 << 16);
-    auto emit = [&](std::size_t count) { return sink(buffer.data(), count); };
-    std::int64_t newPosition = 0, oldPosition = 0;
-    while (newPosition < newSize) {
-        u8 triple[24];
-        if (!control.read(triple, sizeof triple)) return false;
-        std::int64_t const copy = getNumber(triple), fresh = getNumber(triple + 8), seek = getNumber(triple + 16);
-        if (copy < 0 || fresh < 0 || copy > newSize - newPosition || fresh > newSize - newPosition - copy) return false;
-        for (std::int64_t done = 0; done < copy;) {
-            std::size_t chunk = std::size_t(std::min<std::int64_t>(copy - done, std::int64_t(buffer.size())));
-            if (!diff.read(buffer.data(), chunk) || !old.addTo(buffer.data(), oldPosition + done, chunk) || !emit(chunk))
-                return false;
-            done += std::int64_t(chunk);
-        }
-        newPosition += copy;
-        oldPosition += copy;
-        for (std::int64_t done = 0; done < fresh;) {
-            std::size_t chunk = std::size_t(std::min<std::int64_t>(fresh - done, std::int64_t(buffer.size())));
-            if (!extra.read(buffer.data(), chunk) || !emit(chunk)) return false;
-            done += std::int64_t(chunk);
-        }
-        newPosition += fresh;
-        if (seek > std::numeric_limits<std::int64_t>::max() / 2 || seek < std::numeric_limits<std::int64_t>::min() / 2 ||
-            oldPosition > std::numeric_limits<std::int64_t>::max() / 2 || oldPosition < std::numeric_limits<std::int64_t>::min() / 2)
-            return false;
-        oldPosition += seek;
-    }
-    return control.finished() && diff.finished() && extra.finished();
 }
 
 } // namespace Refloom::Patch

@@ -11,17 +11,31 @@
 
 namespace Refloom::Patch {
 
+// How a delta sees the old file. Bit-packed files (compiler bitcode) store fields at any bit
+// offset, so one changed field shifts every later byte by a few bits and byte matches stop; seen
+// as eight copies, the kth read from its bit k on (least significant bit first), the shifted
+// bytes match again.
+enum class OldView : std::uint8_t { bytes = 1, bits = 8 };
+
+// Byte `index` of the old file's copy read from bit `shift`; `next` is the byte after it (0 past
+// the end).
+inline std::uint8_t shiftedByte(std::uint8_t byte, std::uint8_t next, int shift) {
+    return shift == 0 ? byte : std::uint8_t((byte >> shift) | (next << (8 - shift)));
+}
+
 // The delta payload turning `oldData` into `newData`, compressed at `level`.
 // `parts`: how many pieces of the new file are searched at once; 0 for the machine's cores.
-std::string makeDelta(std::string_view oldData, std::string_view newData, int level, int parts = 0);
+std::string makeDelta(std::string_view oldData, std::string_view newData, int level, int parts = 0,
+                      OldView view = OldView::bytes);
 
 // Receives the new file's bytes in order; answers false to stop.
 using Sink = std::function<bool(void const* data, std::size_t size)>;
 
-// Produces the new file from the old file (`oldSize` bytes, read with pread from `oldFd`) and the
-// delta payload stored at [offset, offset + size) of `patchFd`. Memory stays a few buffers of a
-// fixed size, whatever the size of either file. False when the payload is malformed, the old file
-// reads short, or the sink stops.
-bool applyDelta(int oldFd, std::uint64_t oldSize, int patchFd, std::uint64_t offset, std::uint64_t size, Sink const& sink);
+// Produces the new file from the old file (`oldSize` bytes, read with pread from `oldFd`, seen as
+// `view` says) and the delta payload stored at [offset, offset + size) of `patchFd`. Memory stays
+// a few buffers of a fixed size, whatever the size of either file. False when the payload is
+// malformed, the old file reads short, or the sink stops.
+bool applyDelta(int oldFd, std::uint64_t oldSize, OldView view, int patchFd, std::uint64_t offset, std::uint64_t size,
+                Sink const& sink);
 
 } // namespace Refloom::Patch

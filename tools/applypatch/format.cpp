@@ -88,10 +88,10 @@ bool consistent(Entry const& e, std::uint64_t payloadTotal) {
     if (e.payloadOffset > payloadTotal || e.payloadSize > payloadTotal - e.payloadOffset) return false;
     bool const hasPayload = e.payload != PayloadKind::none;
     switch (e.op) {
-    case Op::add: return e.source.kind == Kind::none && e.target.kind != Kind::none && hasPayload == (e.target.kind == Kind::file) && e.payload != PayloadKind::delta;
+    case Op::add: return e.source.kind == Kind::none && e.target.kind != Kind::none && hasPayload == (e.target.kind == Kind::file) && !isDelta(e.payload);
     case Op::remove: return e.source.kind != Kind::none && e.target.kind == Kind::none && !hasPayload;
-    case Op::replace: return e.source.kind != Kind::none && e.target.kind != Kind::none && hasPayload == (e.target.kind == Kind::file) && e.payload != PayloadKind::delta;
-    case Op::delta: return e.source.kind == Kind::file && e.target.kind == Kind::file && e.payload == PayloadKind::delta;
+    case Op::replace: return e.source.kind != Kind::none && e.target.kind != Kind::none && hasPayload == (e.target.kind == Kind::file) && !isDelta(e.payload);
+    case Op::delta: return e.source.kind == Kind::file && e.target.kind == Kind::file && isDelta(e.payload);
     case Op::mode: return e.source.kind != Kind::none && e.source.kind == e.target.kind && !hasPayload;
     }
     return false;
@@ -158,7 +158,7 @@ Manifest parse(std::string const& bytes) {
         e.mtimeSeconds = in.number<std::int64_t>();
         e.mtimeNanoseconds = in.number<std::uint32_t>();
         auto payload = in.number<std::uint8_t>();
-        if (payload > std::uint8_t(PayloadKind::delta)) corrupt("unknown payload kind");
+        if (payload > std::uint8_t(PayloadKind::bit_delta)) corrupt("unknown payload kind");
         e.payload = PayloadKind(payload);
         e.payloadOffset = in.number<std::uint64_t>();
         e.payloadSize = in.number<std::uint64_t>();
@@ -196,7 +196,7 @@ Header parseHeader(std::string const& bytes) {
     header.minor = in.number<std::uint16_t>();
     in.number<std::uint32_t>();
     header.manifestSize = in.number<std::uint64_t>();
-    if (header.major != kMajorVersion)
+    if (header.major != kMajorVersion || header.minor > kMinorVersion)
         throw PatchError(Refusal::unknown_version, "patch format " + std::to_string(header.major) + "." +
                                                        std::to_string(header.minor) + " is not one this tool applies");
     return header;

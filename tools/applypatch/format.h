@@ -11,9 +11,11 @@
 
 namespace Refloom::Patch {
 
-// A major change breaks applying; a minor one only changes how patches are made.
+// A major change breaks applying. A minor one adds what older patches do not use: this tool
+// applies every patch of its major version up to its own minor version. Minor 1 added deltas
+// against the old file's bit-shifted copies.
 inline constexpr std::uint16_t kMajorVersion = 1;
-inline constexpr std::uint16_t kMinorVersion = 0;
+inline constexpr std::uint16_t kMinorVersion = 1;
 inline constexpr char kMagic[8] = {'R', 'F', 'P', 'A', 'T', 'C', 'H', '\0'};
 inline constexpr std::size_t kSignedHeaderSize = 24;  // magic, versions, reserved, manifest size
 inline constexpr std::size_t kSignatureSize = 64;
@@ -23,7 +25,9 @@ using Digest = std::array<std::uint8_t, 32>;  // SHA-256
 
 enum class Kind : std::uint8_t { none = 0, file = 1, folder = 2, link = 3 };
 enum class Op : std::uint8_t { add = 1, remove = 2, replace = 3, delta = 4, mode = 5 };
-enum class PayloadKind : std::uint8_t { none = 0, whole = 1, delta = 2 };
+// bit_delta: a delta that sees the old file as eight copies read from each bit (OldView::bits).
+enum class PayloadKind : std::uint8_t { none = 0, whole = 1, delta = 2, bit_delta = 3 };
+inline bool isDelta(PayloadKind kind) { return kind == PayloadKind::delta || kind == PayloadKind::bit_delta; }
 
 // What lies at a path: nothing, a file (mode, size, hash), a folder (mode) or a link (target).
 struct Node {

@@ -22,7 +22,8 @@ void decodeDelta(std::string const& payload) {
         write(old, oldBytes.data(), oldBytes.size()) == ssize_t(oldBytes.size())) {
         std::size_t produced = 0;
         // A payload may claim an enormous file: stop listening after a few MiB.
-        applyDelta(old, oldBytes.size(), fd, 0, payload.size(), [&](void const*, std::size_t size) {
+        OldView const view = payload.size() % 2 ? OldView::bits : OldView::bytes;
+        applyDelta(old, oldBytes.size(), view, fd, 0, payload.size(), [&](void const*, std::size_t size) {
             produced += size;
             return produced < (4u << 20);
         });

@@ -26,14 +26,24 @@ struct Job {
     PayloadKind kind = PayloadKind::whole;
 };
 
+// Compiler bitcode, bit-packed: LLVM's magic "BC" 0xC0DE, or its wrapper's 0x0B17C0DE.
+bool isBitcode(std::string_view bytes) {
+    return bytes.starts_with(std::string_view("BC\xC0\xDE", 4)) || bytes.starts_with(std::string_view("\xDE\xC0\x17\x0B", 4));
+}
+
+// Seeing a file as eight copies takes eight times the memory and time of the search; bitcode
+// files are small, and a larger one keeps the plain delta.
+constexpr std::size_t kBitViewLimit = 8 << 20;
+
 // The delta when it is the smaller, else the whole file. A fast whole-file estimate decides
 // whether the full-strength whole-file payload is worth making at all.
 void makePayload(Job& job, int level) {
     std::string const next = readWholeFile(job.newPath);
     if (!job.oldPath.empty()) {
         std::string const old = readWholeFile(job.oldPath);
-        job.payload = makeDelta(old, next, level);
-        job.kind = PayloadKind::delta;
+        bool const bitPacked = isBitcode(old) && isBitcode(next) && old.size() <= kBitViewLimit;
+        job.payload = makeDelta(old, next, level, 0, bitPacked ? OldView::bits : OldView::bytes);
+        job.kind = bitPacked ? PayloadKind::bit_delta : PayloadKind::delta;
         if (compress(next, 3).size() >= job.payload.size()) return;
     }
     std::string whole = compress(next, level, next.size() > (32u << 20) ? 2 : 0);
@@ -136,7 +146,7 @@ MakeReport makePatch(MakeOptions const& options) {
         Entry& e = manifest.entries[job.entry];
         e.payload = job.kind;
         if (job.kind == PayloadKind::whole && e.op == Op::delta) e.op = Op::replace;
-        if (job.kind == PayloadKind::delta) ++report.deltas;
+        if (isDelta(job.kind)) ++report.deltas;
         e.payloadOffset = manifest.payloadTotal;
         e.payloadSize = job.payload.size();
         e.payloadSha256 = hashBytes(job.payload);
