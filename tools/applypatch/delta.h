@@ -24,7 +24,8 @@ inline std::uint8_t shiftedByte(std::uint8_t byte, std::uint8_t next, int shift)
 }
 
 // The delta payload turning `oldData` into `newData`, compressed at `level`.
-// `parts`: how many pieces of the new file are searched at once; 0 for the machine's cores.
+// `parts`: how many cores it may use (pieces of the new file searched at once, threads that
+// compress); 0 for the machine's cores.
 std::string makeDelta(std::string_view oldData, std::string_view newData, int level, int parts = 0,
                       OldView view = OldView::bytes);
 

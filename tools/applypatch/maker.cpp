@@ -37,16 +37,16 @@ constexpr std::size_t kBitViewLimit = 8 << 20;
 
 // The delta when it is the smaller, else the whole file. A fast whole-file estimate decides
 // whether the full-strength whole-file payload is worth making at all.
-void makePayload(Job& job, int level) {
+void makePayload(Job& job, int level, int threads) {
     std::string const next = readWholeFile(job.newPath);
     if (!job.oldPath.empty()) {
         std::string const old = readWholeFile(job.oldPath);
         bool const bitPacked = isBitcode(old) && isBitcode(next) && old.size() <= kBitViewLimit;
-        job.payload = makeDelta(old, next, level, 0, bitPacked ? OldView::bits : OldView::bytes);
+        job.payload = makeDelta(old, next, level, threads, bitPacked ? OldView::bits : OldView::bytes);
         job.kind = bitPacked ? PayloadKind::bit_delta : PayloadKind::delta;
         if (compress(next, 3).size() >= job.payload.size()) return;
     }
-    std::string whole = compress(next, level, next.size() > (32u << 20) ? 2 : 0);
+    std::string whole = compress(next, level, threads > 1 && next.size() >= (4u << 20) ? threads : 0);
     if (job.payload.empty() || whole.size() < job.payload.size()) {
         job.payload = std::move(whole);
         job.kind = PayloadKind::whole;
@@ -60,7 +60,7 @@ void runJobs(std::vector<Job>& jobs, int level, int threads) {
     auto worker = [&] {
         for (std::size_t i; (i = next++) < jobs.size();) {
             try {
-                makePayload(jobs[i], level);
+                makePayload(jobs[i], level, threads);
             } catch (...) {
                 std::lock_guard guard(failureLock);
                 failure = std::current_exception();

@@ -14,7 +14,7 @@ struct MakeOptions {
     std::string privateKey;
     std::vector<std::pair<std::string, std::string>> content;  // (value, key) entries
     int level = 19;    // zstd level of the payloads
-    int threads = 2;   // files made at once
+    int threads = 2;   // cores to use: files made at once, and the pieces of a large one
 };
 
 struct MakeReport {
