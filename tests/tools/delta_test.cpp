@@ -45,7 +45,7 @@ std::string applied(std::string const& old, std::string const& delta, std::size_
     std::FILE* oldFile = fileHolding(old);
     std::FILE* deltaFile = fileHolding(delta);
     std::string out;
-    bool const ok = applyDelta(fileno(oldFile), oldSize, view, fileno(deltaFile), 0, delta.size(), [&out](void const* data, std::size_t size) {
+    bool const ok = applyDelta(fileno(oldFile), oldSize, view, Layout::packed, fileno(deltaFile), 0, delta.size(), [&out](void const* data, std::size_t size) {
         out.append(static_cast<char const*>(data), size);
         return true;
     });

@@ -162,3 +162,34 @@ TEST(ApplyPatch, EachJournalStateIsWrittenOnlyAfterWhatItReliesOnIsFlushed) {
     EXPECT_GT(lastCommitRename, journal[0]);
     EXPECT_TRUE(flushedBetween(lastCommitRename, journal[1]));
 }
+
+// A patch of format 1.0, made by the first release of makePatch (its deltas in the fixed layout),
+// from the two trees built here byte for byte, must still apply.
+TEST(ApplyPatch, APatchOfTheFirstFormatVersionStillApplies) {
+    PatchFixture f;
+    auto lib = [](bool changed) {
+        std::string bytes(60000, '\0');
+        for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = char((i * 7 + (i >> 8)) & 0xFF);
+        if (changed) {
+            bytes[50000] = char(bytes[50000] ^ 0x5A);
+            bytes.insert(30000, 100, 'X');
+        }
+        return bytes;
+    };
+    std::string notesOld, notesNew;
+    for (int i = 0; i < 200; ++i) notesOld += "version 1\n", notesNew += "version 2\n";
+    notesNew += "added line\n";
+    for (std::string side : {"old", "new"}) {
+        f.scratch.write(side + "/lib.bin", lib(side == "new"));
+        f.scratch.write(side + "/notes.txt", side == "old" ? notesOld : notesNew);
+        fs::create_directories(f.scratch / (side + "/sub"));
+    }
+    f.scratch.write("old/gone.txt", "bye\n");
+    f.scratch.write("new/sub/new.txt", "hello\n");
+    ASSERT_EQ(rf_test::run("find '" + (f.scratch / "old") + "' '" + (f.scratch / "new") +
+                           "' -type d -exec chmod 755 {} + -o -type f -exec chmod 644 {} +"),
+              0);
+    fs::copy_file(RF_TEST_DATA "/minor0.pub", f.scratch / "tool/applyPatch.pub", fs::copy_options::overwrite_existing);
+    EXPECT_EQ(f.apply(f.scratch / "old", RF_TEST_DATA "/minor0.rfp"), 0);
+    EXPECT_EQ(rf_test::run("diff -r '" + (f.scratch / "old") + "' '" + (f.scratch / "new") + "' >/dev/null"), 0);
+}

@@ -209,7 +209,8 @@ void stageFile(PatchFile const& patch, Locations const& at, Entry const& e, std:
     bool produced;
     if (isDelta(e.payload)) {
         OldView const view = e.payload == PayloadKind::bit_delta ? OldView::bits : OldView::bytes;
-        produced = applyDelta(old, e.source.size, view, patch.fd(), patch.payloadStart(e), e.payloadSize, sink);
+        Layout const layout = patch.minorVersion() == 0 ? Layout::fixed : Layout::packed;
+        produced = applyDelta(old, e.source.size, view, layout, patch.fd(), patch.payloadStart(e), e.payloadSize, sink);
         close(old);
     } else {
         ZstdFileReader reader(patch.fd(), patch.payloadStart(e), e.payloadSize);

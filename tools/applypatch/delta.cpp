@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <future>
@@ -64,8 +65,13 @@ std::int64_t search(std::vector<saidx_t> const& suffixes, u8 const* old, std::in
     return std::max(lowLength, highLength);
 }
 
+struct Control {
+    std::int64_t copy, fresh, seek;
+};
+
 struct Streams {
-    std::string control, diff, extra;
+    std::vector<Control> controls;
+    std::string diff, extra;
     std::int64_t oldEnd = 0;  // where the old file's position ends up after the last control
 };
 
@@ -75,9 +81,7 @@ Streams diffRange(u8 const* old, std::int64_t oldSize, std::vector<saidx_t> cons
     Streams s;
     s.diff.reserve(std::size_t(end - begin));
     auto emit = [&s](std::int64_t copy, std::int64_t fresh, std::int64_t seek) {
-        putNumber(s.control, copy);
-        putNumber(s.control, fresh);
-        putNumber(s.control, seek);
+        s.controls.push_back({copy, fresh, seek});
         s.oldEnd += copy + seek;
     };
     if (oldSize == 0) {
@@ -147,30 +151,61 @@ Streams diffRange(u8 const* old, std::int64_t oldSize, std::vector<saidx_t> cons
     return s;
 }
 
-// The new file is searched in pieces of at least 1 MiB, one per core, each from the old file's
-// position 0; the pieces join by moving the old position back to 0 where the next one begins.
-Streams diffFiles(u8 const* old, std::int64_t oldSize, u8 const* next, std::int64_t newSize, int parts) {
+// The new file is searched in pieces of at least 1 MiB, each from the old file's position 0, four
+// per core so that the cores finish together; the pieces join by moving the old position back to
+// 0 where the next one begins.
+Streams diffFiles(u8 const* old, std::int64_t oldSize, u8 const* next, std::int64_t newSize, int cores) {
     std::vector<saidx_t> suffixes(static_cast<std::size_t>(oldSize));
     if (oldSize > 0 && divsufsort(old, suffixes.data(), saidx_t(oldSize)) != 0)
         throw PatchError(Refusal::failed, "suffix sort failed");
-    std::int64_t const pieces = std::max<std::int64_t>(1, std::min<std::int64_t>(parts, newSize >> 20));
-    std::vector<std::future<Streams>> later;
-    for (std::int64_t k = 1; k < pieces; ++k)
-        later.push_back(std::async(std::launch::async, diffRange, old, oldSize, std::cref(suffixes), next,
-                                   newSize * k / pieces, newSize * (k + 1) / pieces));
-    Streams joined = diffRange(old, oldSize, suffixes, next, 0, newSize / pieces);
-    for (std::future<Streams>& piece : later) {
-        Streams part = piece.get();
-        std::size_t const lastSeek = joined.control.size() - 8;
-        std::int64_t const seek = getNumber(reinterpret_cast<u8 const*>(joined.control.data() + lastSeek)) - joined.oldEnd;
-        joined.control.resize(lastSeek);
-        putNumber(joined.control, seek);
-        joined.control += part.control;
-        joined.diff += part.diff;
-        joined.extra += part.extra;
-        joined.oldEnd = part.oldEnd;
+    std::size_t const pieces = std::size_t(std::max<std::int64_t>(1, std::min<std::int64_t>(4 * cores, newSize >> 20)));
+    std::vector<Streams> parts(pieces);
+    std::atomic<std::size_t> nextPiece{0};
+    auto worker = [&] {
+        for (std::size_t k; (k = nextPiece++) < pieces;)
+            parts[k] = diffRange(old, oldSize, suffixes, next, newSize * std::int64_t(k) / std::int64_t(pieces),
+                                 newSize * std::int64_t(k + 1) / std::int64_t(pieces));
+    };
+    std::vector<std::thread> helpers;
+    for (int t = 1; t < std::min<int>(cores, int(pieces)); ++t) helpers.emplace_back(worker);
+    worker();
+    for (std::thread& helper : helpers) helper.join();
+    Streams joined = std::move(parts[0]);
+    for (std::size_t k = 1; k < pieces; ++k) {
+        joined.controls.back().seek -= joined.oldEnd;
+        joined.controls.insert(joined.controls.end(), parts[k].controls.begin(), parts[k].controls.end());
+        joined.diff += parts[k].diff;
+        joined.extra += parts[k].extra;
+        joined.oldEnd = parts[k].oldEnd;
     }
     return joined;
+}
+
+// The controls as varints, in the packed layout.
+std::string packControls(std::vector<Control> const& controls) {
+    std::string out;
+    for (Control const& c : controls) {
+        putVarint(out, std::uint64_t(c.copy));
+        putVarint(out, std::uint64_t(c.fresh));
+        putVarint(out, zigzag(c.seek));
+    }
+    return out;
+}
+
+// The differences as runs (zeros, then non-zero bytes) and the non-zero bytes.
+std::pair<std::string, std::string> packDifferences(std::string const& diff) {
+    std::string runs, bytes;
+    for (std::size_t i = 0; i < diff.size();) {
+        std::size_t zeros = i;
+        while (zeros < diff.size() && diff[zeros] == 0) ++zeros;
+        std::size_t end = zeros;
+        while (end < diff.size() && diff[end] != 0) ++end;
+        putVarint(runs, zeros - i);
+        putVarint(runs, end - zeros);
+        bytes.append(diff, zeros, end - zeros);
+        i = end;
+    }
+    return {std::move(runs), std::move(bytes)};
 }
 
 // The old file as `copies` copies, the kth read from its bit k on.
@@ -193,19 +228,20 @@ std::string makeDelta(std::string_view oldData, std::string_view newData, int le
     int const cores = parts > 0 ? parts : int(std::max(1u, std::thread::hardware_concurrency()));
     Streams s = diffFiles(reinterpret_cast<u8 const*>(oldData.data()), std::int64_t(oldData.size()),
                           reinterpret_cast<u8 const*>(newData.data()), std::int64_t(newData.size()), cores);
-    // The difference stream is the large one, as long as the new file: zstd compresses it on
-    // every core (at the same size; on a 69 MB library, 10 s on two cores where one took 30 s).
-    int const workers = cores > 1 && s.diff.size() >= (4u << 20) ? cores : 0;
-    auto diff = std::async(std::launch::async, [&] { return compress(s.diff, level, workers); });
-    std::string const control = compress(s.control, level);
-    std::string const extra = compress(s.extra, level);
-    std::string const differences = diff.get();
+    auto const [runs, differences] = packDifferences(s.diff);
+    s.diff = std::string();
+    // The runs and the non-zero differences are the large streams, as long as the new file can be:
+    // zstd compresses each on every core.
+    auto parallel = [cores](std::string const& stream) { return cores > 1 && stream.size() >= (4u << 20) ? cores : 0; };
+    auto compressedRuns = std::async(std::launch::async, [&] { return compress(runs, level, parallel(runs)); });
+    std::string const packedDifferences = compress(differences, level, parallel(differences));
+    std::string const control = compress(packControls(s.controls), level);
+    std::string const extra = compress(s.extra, level, parallel(s.extra));
+    std::string const packedRuns = compressedRuns.get();
     std::string out;
     putNumber(out, std::int64_t(newData.size()));
-    putNumber(out, std::int64_t(control.size()));
-    putNumber(out, std::int64_t(differences.size()));
-    putNumber(out, std::int64_t(extra.size()));
-    return out + control + differences + extra;
+    for (std::string const* stream : {&control, &packedRuns, &packedDifferences, &extra}) putNumber(out, std::int64_t(stream->size()));
+    return out + control + packedRuns + packedDifferences + extra;
 }
 
 } // namespace Refloom::Patch

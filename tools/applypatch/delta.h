@@ -23,6 +23,10 @@ inline std::uint8_t shiftedByte(std::uint8_t byte, std::uint8_t next, int shift)
     return shift == 0 ? byte : std::uint8_t((byte >> shift) | (next << (8 - shift)));
 }
 
+// How a delta payload's streams are laid out (delta_layout.h): fixed in patches of minor version
+// 0, packed from minor version 1 on. makeDelta writes packed.
+enum class Layout { fixed, packed };
+
 // The delta payload turning `oldData` into `newData`, compressed at `level`.
 // `parts`: how many cores it may use (pieces of the new file searched at once, threads that
 // compress); 0 for the machine's cores.
@@ -36,7 +40,7 @@ using Sink = std::function<bool(void const* data, std::size_t size)>;
 // `view` says) and the delta payload stored at [offset, offset + size) of `patchFd`. Memory stays
 // a few buffers of a fixed size, whatever the size of either file. False when the payload is
 // malformed, the old file reads short, or the sink stops.
-bool applyDelta(int oldFd, std::uint64_t oldSize, OldView view, int patchFd, std::uint64_t offset, std::uint64_t size,
-                Sink const& sink);
+bool applyDelta(int oldFd, std::uint64_t oldSize, OldView view, Layout layout, int patchFd, std::uint64_t offset,
+                std::uint64_t size, Sink const& sink);
 
 } // namespace Refloom::Patch

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <limits>
+#include <memory>
 #include <vector>
 
 #include "tools/applypatch/delta.h"
@@ -77,36 +78,122 @@ private:
     std::int64_t m_length = 0;
 };
 
+// A delta payload's streams, read in order, in either layout.
+class DeltaStreams {
+public:
+    DeltaStreams(Layout layout, int fd, std::uint64_t at, std::int64_t const* sizes) : m_layout(layout) {
+        for (std::size_t k = 0; k < streamCount(layout); ++k) {
+            m_streams.push_back(std::make_unique<ZstdFileReader>(fd, at, std::uint64_t(sizes[k])));
+            at += std::uint64_t(sizes[k]);
+        }
+    }
+
+    // The next control: bytes from the old file, bytes from the extra stream, the move after.
+    bool control(std::int64_t& copy, std::int64_t& fresh, std::int64_t& seek) {
+        if (m_layout == Layout::fixed) {
+            u8 triple[24];
+            if (!m_streams[0]->read(triple, sizeof triple)) return false;
+            copy = getNumber(triple), fresh = getNumber(triple + 8), seek = getNumber(triple + 16);
+            return true;
+        }
+        std::uint64_t values[3];
+        for (std::uint64_t& value : values)
+            if (!varint(m_controlBytes, *m_streams[0], value)) return false;
+        if (values[0] > kLargest || values[1] > kLargest) return false;
+        copy = std::int64_t(values[0]), fresh = std::int64_t(values[1]), seek = unzigzag(values[2]);
+        return true;
+    }
+
+    // The next `count` differences, added to nothing: the bytes to add to the old file's.
+    bool differences(u8* out, std::size_t count) {
+        if (m_layout == Layout::fixed) return m_streams[1]->read(out, count);
+        while (count > 0) {
+            if (m_zeros == 0 && m_nonZero == 0) {
+                if (!varint(m_runBytes, *m_streams[1], m_zeros) || !varint(m_runBytes, *m_streams[1], m_nonZero)) return false;
+                if (m_zeros == 0 && m_nonZero == 0) return false;  // a run of nothing would never end
+            }
+            std::uint64_t const zeros = std::min<std::uint64_t>(m_zeros, count);
+            std::fill_n(out, zeros, u8(0));
+            m_zeros -= zeros;
+            std::size_t const taken = std::size_t(zeros) + std::size_t(std::min<std::uint64_t>(m_nonZero, count - zeros));
+            if (taken > zeros && !m_streams[2]->read(out + zeros, taken - zeros)) return false;
+            m_nonZero -= taken - zeros;
+            out += taken;
+            count -= taken;
+        }
+        return true;
+    }
+
+    bool extra(u8* out, std::size_t count) { return m_streams.back()->read(out, count); }
+
+    // Every stream read to its end, and no run left over.
+    bool finished() {
+        if (m_zeros != 0 || m_nonZero != 0 || !m_controlBytes.empty() || !m_runBytes.empty()) return false;
+        for (auto& stream : m_streams)
+            if (!stream->finished()) return false;
+        return true;
+    }
+
+private:
+    static constexpr std::uint64_t kLargest = std::uint64_t(std::numeric_limits<std::int64_t>::max());
+
+    // Bytes read ahead of the varints still to decode.
+    struct Pending {
+        u8 bytes[4096];
+        std::size_t at = 0, size = 0;
+        bool empty() const { return at == size; }
+    };
+
+    static bool varint(Pending& pending, ZstdFileReader& stream, std::uint64_t& value) {
+        value = 0;
+        for (int shift = 0; shift < 64; shift += 7) {
+            if (pending.empty()) {
+                pending.size = stream.readSome(pending.bytes, sizeof pending.bytes);
+                pending.at = 0;
+                if (pending.size == 0) return false;
+            }
+            u8 const byte = pending.bytes[pending.at++];
+            value |= std::uint64_t(byte & 0x7F) << shift;
+            if ((byte & 0x80) == 0) return shift < 63 || byte <= 1;
+        }
+        return false;
+    }
+
+    Layout m_layout;
+    std::vector<std::unique_ptr<ZstdFileReader>> m_streams;
+    Pending m_controlBytes, m_runBytes;
+    std::uint64_t m_zeros = 0, m_nonZero = 0;
+};
+
 } // namespace
 
-bool applyDelta(int oldFd, std::uint64_t oldSize, OldView view, int patchFd, std::uint64_t offset, std::uint64_t size,
-                Sink const& sink) {
-    u8 header[kHeader];
-    if (size < kHeader || pread(patchFd, header, kHeader, off_t(offset)) != ssize_t(kHeader)) return false;
-    std::int64_t const newSize = getNumber(header);
-    std::int64_t const sizes[3] = {getNumber(header + 8), getNumber(header + 16), getNumber(header + 24)};
-    std::uint64_t at = offset + kHeader, left = size - kHeader;
-    for (std::int64_t part : sizes) {
-        if (part < 0 || std::uint64_t(part) > left) return false;
-        left -= std::uint64_t(part);
+bool applyDelta(int oldFd, std::uint64_t oldSize, OldView view, Layout layout, int patchFd, std::uint64_t offset,
+                std::uint64_t size, Sink const& sink) {
+    std::size_t const header = headerSize(layout);
+    u8 numbers[8 * 5];
+    if (size < header || pread(patchFd, numbers, header, off_t(offset)) != ssize_t(header)) return false;
+    std::int64_t const newSize = getNumber(numbers);
+    std::int64_t sizes[4];
+    std::uint64_t left = size - header;
+    for (std::size_t k = 0; k < streamCount(layout); ++k) {
+        sizes[k] = getNumber(numbers + 8 * (k + 1));
+        if (sizes[k] < 0 || std::uint64_t(sizes[k]) > left) return false;
+        left -= std::uint64_t(sizes[k]);
     }
     if (left != 0 || newSize < 0 || oldSize > std::uint64_t(std::numeric_limits<std::int64_t>::max() / 8)) return false;
-    ZstdFileReader control(patchFd, at, std::uint64_t(sizes[0]));
-    ZstdFileReader diff(patchFd, at + std::uint64_t(sizes[0]), std::uint64_t(sizes[1]));
-    ZstdFileReader extra(patchFd, at + std::uint64_t(sizes[0] + sizes[1]), std::uint64_t(sizes[2]));
+    DeltaStreams streams(layout, patchFd, offset + header, sizes);
 
     OldWindow old(oldFd, std::int64_t(oldSize), view);
     std::vector<u8> buffer(1 << 16);
     auto emit = [&](std::size_t count) { return sink(buffer.data(), count); };
     std::int64_t newPosition = 0, oldPosition = 0;
     while (newPosition < newSize) {
-        u8 triple[24];
-        if (!control.read(triple, sizeof triple)) return false;
-        std::int64_t const copy = getNumber(triple), fresh = getNumber(triple + 8), seek = getNumber(triple + 16);
+        std::int64_t copy, fresh, seek;
+        if (!streams.control(copy, fresh, seek)) return false;
         if (copy < 0 || fresh < 0 || copy > newSize - newPosition || fresh > newSize - newPosition - copy) return false;
         for (std::int64_t done = 0; done < copy;) {
             std::size_t chunk = std::size_t(std::min<std::int64_t>(copy - done, std::int64_t(buffer.size())));
-            if (!diff.read(buffer.data(), chunk) || !old.addTo(buffer.data(), oldPosition + done, chunk) || !emit(chunk))
+            if (!streams.differences(buffer.data(), chunk) || !old.addTo(buffer.data(), oldPosition + done, chunk) || !emit(chunk))
                 return false;
             done += std::int64_t(chunk);
         }
@@ -114,7 +201,7 @@ bool applyDelta(int oldFd, std::uint64_t oldSize, OldView view, int patchFd, std
         oldPosition += copy;
         for (std::int64_t done = 0; done < fresh;) {
             std::size_t chunk = std::size_t(std::min<std::int64_t>(fresh - done, std::int64_t(buffer.size())));
-            if (!extra.read(buffer.data(), chunk) || !emit(chunk)) return false;
+            if (!streams.extra(buffer.data(), chunk) || !emit(chunk)) return false;
             done += std::int64_t(chunk);
         }
         newPosition += fresh;
@@ -123,7 +210,7 @@ bool applyDelta(int oldFd, std::uint64_t oldSize, OldView view, int patchFd, std
             return false;
         oldPosition += seek;
     }
-    return control.finished() && diff.finished() && extra.finished();
+    return streams.finished();
 }
 
 } // namespace Refloom::Patch

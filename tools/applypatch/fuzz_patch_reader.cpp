@@ -23,7 +23,8 @@ void decodeDelta(std::string const& payload) {
         std::size_t produced = 0;
         // A payload may claim an enormous file: stop listening after a few MiB.
         OldView const view = payload.size() % 2 ? OldView::bits : OldView::bytes;
-        applyDelta(old, oldBytes.size(), view, fd, 0, payload.size(), [&](void const*, std::size_t size) {
+        Layout const layout = payload.size() % 4 < 2 ? Layout::packed : Layout::fixed;
+        applyDelta(old, oldBytes.size(), view, layout, fd, 0, payload.size(), [&](void const*, std::size_t size) {
             produced += size;
             return produced < (4u << 20);
         });

@@ -39,6 +39,7 @@ PatchFile::PatchFile(std::string const& path, std::string const& publicKey) {
     if (fstat(m_fd, &info) != 0 || !readAt(m_fd, header.data(), header.size(), 0))
         throw PatchError(Refusal::unreadable, "the patch " + path + " is truncated");
     Header const parsed = parseHeader(header);
+    m_minor = parsed.minor;
     std::uint64_t const fileSize = std::uint64_t(info.st_size);
     if (parsed.manifestSize > kMaxManifest || parsed.manifestSize > fileSize - kHeaderSize)
         throw PatchError(Refusal::unreadable, "the patch " + path + " is truncated");

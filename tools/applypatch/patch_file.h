@@ -17,6 +17,7 @@ public:
     PatchFile& operator=(PatchFile const&) = delete;
 
     Manifest const& manifest() const { return m_manifest; }
+    std::uint16_t minorVersion() const { return m_minor; }
     int fd() const { return m_fd; }
     // Where an entry's payload starts in the file.
     std::uint64_t payloadStart(Entry const& e) const { return m_payloadBase + e.payloadOffset; }
@@ -26,6 +27,7 @@ public:
 private:
     int m_fd = -1;
     std::uint64_t m_payloadBase = 0;
+    std::uint16_t m_minor = 0;
     Manifest m_manifest;
 };
 

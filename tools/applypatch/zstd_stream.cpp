@@ -45,15 +45,24 @@ bool ZstdFileReader::refill() {
 }
 
 bool ZstdFileReader::read(void* out, std::size_t size) {
-    ZSTD_outBuffer output{out, size, 0};
-    while (output.pos < output.size) {
-        if (m_input.pos == m_input.size && !refill()) return false;
-        std::size_t const before = output.pos;
-        m_lastResult = ZSTD_decompressStream(m_stream, &output, &m_input);
-        if (ZSTD_isError(m_lastResult)) return false;
-        if (m_lastResult == 0 && output.pos == before && m_input.pos == m_input.size && m_left == 0) return false;
+    for (std::size_t done = 0; done < size;) {
+        std::size_t const got = readSome(static_cast<char*>(out) + done, size - done);
+        if (got == 0) return false;
+        done += got;
     }
     return true;
+}
+
+std::size_t ZstdFileReader::readSome(void* out, std::size_t size) {
+    ZSTD_outBuffer output{out, size, 0};
+    while (output.pos == 0 && size > 0) {
+        // With the input all read, a call with none still gives out what the decoder holds.
+        if (m_input.pos == m_input.size && m_left > 0 && !refill()) return 0;
+        m_lastResult = ZSTD_decompressStream(m_stream, &output, &m_input);
+        if (ZSTD_isError(m_lastResult)) return 0;
+        if (output.pos == 0 && m_input.pos == m_input.size && m_left == 0) return 0;
+    }
+    return output.pos;
 }
 
 bool ZstdFileReader::finished() {

@@ -23,6 +23,8 @@ public:
 
     // Fills `size` bytes; false when the data ends first or is corrupt.
     bool read(void* out, std::size_t size);
+    // Fills up to `size` bytes, at least one; 0 when the data has ended or is corrupt.
+    std::size_t readSome(void* out, std::size_t size);
     // True when every byte has been read and the frame is complete.
     bool finished();
 
