@@ -16,12 +16,13 @@ namespace {
 using namespace DeltaLayout;
 using u8 = std::uint8_t;
 
-// The old file read through a window of fixed size, so memory stays the same whatever the file's
-// size. The window is small on purpose: in files such as a JDK's modules image the copies jump
-// about, and a miss that reads 1 MiB made applying three times slower than one of 64 KiB.
-class OldWindow {
+// The old file read through a few blocks of fixed size, kept while they are used, so memory
+// stays the same whatever the file's size. Copies jump about the old file: in a JDK's modules
+// image across all of it (a miss that read 1 MiB made applying three times slower than one of
+// 64 KiB), in bitcode back and forth within a few hundred KiB, which sixteen blocks hold.
+class OldBlocks {
 public:
-    OldWindow(int fd, std::int64_t size, OldView view) : m_fd(fd), m_size(size), m_copies(int(view)), m_bytes(kWindow) {}
+    OldBlocks(int fd, std::int64_t size, OldView view) : m_fd(fd), m_size(size), m_copies(int(view)), m_slots(kSlots) {}
 
     // Adds the old file's view [position, position + count) to out; positions before or past it
     // add nothing. False when the file cannot be read as long as it was said to be.
@@ -34,12 +35,13 @@ public:
             std::int64_t const at = position + std::int64_t(i);
             int const shift = int(at / m_size);
             std::int64_t const byte = at % m_size;
-            // A shifted byte takes bits from the byte after it too.
-            bool const needsNext = shift > 0 && byte + 1 < m_size;
-            if ((byte < m_start || byte + needsNext >= m_start + m_length) && !fill(byte)) return false;
-            std::int64_t const usable = m_start + m_length - (shift > 0 && m_start + m_length < m_size ? 1 : 0) - byte;
-            std::size_t const n = std::size_t(std::min<std::int64_t>(std::int64_t(count - i), usable));
-            u8 const* from = m_bytes.data() + (byte - m_start);
+            std::int64_t const block = byte / std::int64_t(kBlock);
+            Slot const* slot = slotFor(block);
+            if (!slot) return false;
+            std::int64_t const blockEnd = std::min<std::int64_t>((block + 1) * std::int64_t(kBlock), m_size);
+            std::size_t const n = std::size_t(std::min<std::int64_t>(std::int64_t(count - i), blockEnd - byte));
+            // A block holds the byte after it too, which a shifted byte takes bits from.
+            u8 const* from = slot->bytes.get() + (byte - block * std::int64_t(kBlock));
             if (shift == 0) {
                 for (std::size_t k = 0; k < n; ++k) out[i + k] = u8(out[i + k] + from[k]);
             } else {
@@ -54,28 +56,45 @@ public:
     }
 
 private:
-    static constexpr std::size_t kWindow = 1 << 16;
+    static constexpr std::size_t kBlock = 1 << 16;
+    static constexpr std::size_t kSlots = 16;
 
-    bool fill(std::int64_t at) {
-        std::size_t const want = std::size_t(std::min<std::int64_t>(std::int64_t(kWindow), m_size - at));
-        std::size_t got = 0;
-        while (got < want) {
-            ssize_t const n = pread(m_fd, m_bytes.data() + got, want - got, off_t(at + std::int64_t(got)));
+    struct Slot {
+        std::int64_t block = -1;
+        std::uint64_t lastUse = 0;
+        std::unique_ptr<u8[]> bytes;  // allocated when first used: most files need one block
+    };
+
+    // The slot holding `block`, read into the least recently used one on a miss.
+    Slot const* slotFor(std::int64_t block) {
+        Slot* victim = &m_slots[0];
+        for (Slot& slot : m_slots) {
+            if (slot.block == block) {
+                slot.lastUse = ++m_clock;
+                return &slot;
+            }
+            if (slot.lastUse < victim->lastUse) victim = &slot;
+        }
+        std::int64_t const start = block * std::int64_t(kBlock);
+        std::size_t const want = std::size_t(std::min<std::int64_t>(std::int64_t(kBlock) + 1, m_size - start));
+        victim->block = -1;
+        if (!victim->bytes) victim->bytes.reset(new u8[kBlock + 1]);
+        for (std::size_t got = 0; got < want;) {
+            ssize_t const n = pread(m_fd, victim->bytes.get() + got, want - got, off_t(start + std::int64_t(got)));
             if (n < 0 && errno == EINTR) continue;
-            if (n <= 0) return false;
+            if (n <= 0) return nullptr;
             got += std::size_t(n);
         }
-        m_start = at;
-        m_length = std::int64_t(got);
-        return true;
+        victim->block = block;
+        victim->lastUse = ++m_clock;
+        return victim;
     }
 
     int m_fd;
     std::int64_t m_size;
     int m_copies;
-    std::vector<u8> m_bytes;
-    std::int64_t m_start = 0;
-    std::int64_t m_length = 0;
+    std::vector<Slot> m_slots;
+    std::uint64_t m_clock = 0;
 };
 
 // A delta payload's streams, read in order, in either layout.
@@ -183,7 +202,7 @@ bool applyDelta(int oldFd, std::uint64_t oldSize, OldView view, Layout layout, i
     if (left != 0 || newSize < 0 || oldSize > std::uint64_t(std::numeric_limits<std::int64_t>::max() / 8)) return false;
     DeltaStreams streams(layout, patchFd, offset + header, sizes);
 
-    OldWindow old(oldFd, std::int64_t(oldSize), view);
+    OldBlocks old(oldFd, std::int64_t(oldSize), view);
     std::vector<u8> buffer(1 << 16);
     auto emit = [&](std::size_t count) { return sink(buffer.data(), count); };
     std::int64_t newPosition = 0, oldPosition = 0;

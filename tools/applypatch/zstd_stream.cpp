@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <vector>
 
 #include "tools/applypatch/format.h"
 
@@ -22,14 +23,44 @@ std::string compress(std::string_view data, int level, int workers) {
     return out;
 }
 
-ZstdFileReader::ZstdFileReader(int fd, std::uint64_t offset, std::uint64_t size)
-    : m_fd(fd), m_offset(offset), m_left(size), m_stream(ZSTD_createDStream()), m_in(1 << 17, '\0') {
-    ZSTD_initDStream(m_stream);
-    // A window no real payload needs: refuse frames that would make us allocate beyond it.
-    ZSTD_DCtx_setParameter(m_stream, ZSTD_d_windowLogMax, 27);
-}
+namespace {
 
-ZstdFileReader::~ZstdFileReader() { ZSTD_freeDStream(m_stream); }
+// Decoders kept for the next reader on the same thread: a tree patch opens four streams for each
+// of a thousand small files, and making a decoder each time cost more than decoding.
+class SpareDecoders {
+public:
+    ~SpareDecoders() {
+        for (ZSTD_DStream* stream : m_spare) ZSTD_freeDStream(stream);
+    }
+    ZSTD_DStream* take() {
+        if (m_spare.empty()) {
+            ZSTD_DStream* stream = ZSTD_createDStream();
+            // A window no real payload needs: refuse frames that would make us allocate beyond it.
+            ZSTD_DCtx_setParameter(stream, ZSTD_d_windowLogMax, 27);
+            return stream;
+        }
+        ZSTD_DStream* stream = m_spare.back();
+        m_spare.pop_back();
+        return stream;
+    }
+    void giveBack(ZSTD_DStream* stream) {
+        ZSTD_DCtx_reset(stream, ZSTD_reset_session_only);
+        m_spare.push_back(stream);
+    }
+
+private:
+    std::vector<ZSTD_DStream*> m_spare;
+};
+
+thread_local SpareDecoders t_decoders;
+
+} // namespace
+
+ZstdFileReader::ZstdFileReader(int fd, std::uint64_t offset, std::uint64_t size)
+    : m_fd(fd), m_offset(offset), m_left(size), m_stream(t_decoders.take()),
+      m_in(std::size_t(std::min<std::uint64_t>(size, 1 << 17)), '\0') {}
+
+ZstdFileReader::~ZstdFileReader() { t_decoders.giveBack(m_stream); }
 
 bool ZstdFileReader::refill() {
     if (m_left == 0) return false;
