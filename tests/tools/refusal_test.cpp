@@ -124,3 +124,17 @@ TEST(MakePatch, AKeyPairIsItsOwnersAloneAndNeverWrittenOver) {
     EXPECT_FALSE(generateKeyPair(scratch / "other.key", name + ".pub", error));
     EXPECT_FALSE(fs::exists(scratch / "other.key"));
 }
+
+TEST(MakePatch, RefusesOptionsThatAreNotNumbersInRange) {
+    PatchFixture f;
+    f.scratch.write("old/a.txt", "a");
+    f.scratch.write("new/a.txt", "b");
+    std::string const patch = f.scratch / "p.patch";
+    for (std::string option : {"--level abc", "--level 0", "--level 22", "--threads 2x", "--threads -1", "--threads ''"}) {
+        EXPECT_EQ(rf_test::run("'" RF_PATCH_TOOLS "/makePatch' '" + (f.scratch / "old") + "' '" + (f.scratch / "new") +
+                               "' -o '" + patch + "' --key '" + f.privateKey + "' " + option + " 2>/dev/null"),
+                  1)
+            << option;
+        EXPECT_FALSE(fs::exists(patch)) << option;
+    }
+}

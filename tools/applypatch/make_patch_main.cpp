@@ -1,5 +1,6 @@
 // makePatch OLD_FOLDER NEW_FOLDER -o PATCH --key PRIVATE_KEY [--content FILE] [--level N] [--threads N]
 // makePatch --genkey NAME     writes NAME.key (private) and NAME.pub (public, for applyPatch)
+#include <charconv>
 #include <chrono>
 #include <cstdio>
 #include <string>
@@ -21,7 +22,8 @@ constexpr char kHelp[] =
     "  -o PATCH          the patch file to write\n"
     "  --key KEY         the private key that signs it (NAME.key of --genkey)\n"
     "  --content FILE    content entries to carry: one \"value,key\" line each (applyPatch -C prints them)\n"
-    "  --level N         zstd compression level of the payloads\n"
+    "  --level N         zstd level of the payloads, 1 to 19 (default 19; higher levels\n"
+    "                    would need more memory to apply than applyPatch allows)\n"
     "  --threads N       cores to use: files made at once, and the threads that search and\n"
     "                    compress a large file (default: the machine's cores)\n"
     "  --genkey NAME     write a new key pair: NAME.key (private, readable by its owner only) and\n"
@@ -35,6 +37,15 @@ constexpr char kHelp[] =
 int usage() {
     std::fputs(kHelp, stderr);
     return 1;
+}
+
+// The whole of `text` as a number from `low` to `high`, or nothing.
+bool numberIn(std::string const& text, int low, int high, int& value) {
+    int parsed = 0;
+    auto const [end, error] = std::from_chars(text.data(), text.data() + text.size(), parsed);
+    if (error != std::errc() || end != text.data() + text.size() || parsed < low || parsed > high) return false;
+    value = parsed;
+    return true;
 }
 
 } // namespace
@@ -62,9 +73,17 @@ int main(int argc, char** argv) {
         if (args[i] == "-o" && hasValue) options.output = args[++i];
         else if (args[i] == "--key" && hasValue) options.privateKey = args[++i];
         else if (args[i] == "--content" && hasValue) contentFile = args[++i];
-        else if (args[i] == "--level" && hasValue) options.level = std::stoi(args[++i]);
-        else if (args[i] == "--threads" && hasValue) options.threads = std::max(1, std::atoi(args[++i].c_str()));
-        else if (!args[i].starts_with("-")) folders.push_back(args[i]);
+        else if (args[i] == "--level" && hasValue) {
+            if (!numberIn(args[++i], 1, 19, options.level)) {
+                std::fprintf(stderr, "makePatch: --level takes a number from 1 to 19, not \"%s\"\n", args[i].c_str());
+                return 1;
+            }
+        } else if (args[i] == "--threads" && hasValue) {
+            if (!numberIn(args[++i], 1, 1024, options.threads)) {
+                std::fprintf(stderr, "makePatch: --threads takes a number from 1 to 1024, not \"%s\"\n", args[i].c_str());
+                return 1;
+            }
+        } else if (!args[i].starts_with("-")) folders.push_back(args[i]);
         else return usage();
     }
     if (folders.size() != 2 || options.output.empty() || options.privateKey.empty()) return usage();
