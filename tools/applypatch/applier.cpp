@@ -5,16 +5,15 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <functional>
 #include <mutex>
 #include <set>
-#include <thread>
 #include <vector>
 
+#include "tools/applypatch/cores.h"
 #include "tools/applypatch/crypto.h"
 #include "tools/applypatch/delta.h"
 #include "tools/applypatch/journal.h"
@@ -24,29 +23,8 @@
 namespace Refloom::Patch {
 namespace {
 
-// Runs work(i) for every i below count on every core of the machine; the first exception is
-// raised again.
 void forEachOnCores(std::size_t count, std::function<void(std::size_t)> const& work) {
-    std::atomic<std::size_t> next{0};
-    std::exception_ptr failure;
-    std::mutex lock;
-    auto worker = [&] {
-        for (std::size_t i; (i = next++) < count;) {
-            try {
-                work(i);
-            } catch (...) {
-                std::lock_guard guard(lock);
-                if (!failure) failure = std::current_exception();
-                next = count;
-            }
-        }
-    };
-    std::size_t const cores = std::max(1u, std::thread::hardware_concurrency());
-    std::vector<std::thread> helpers;
-    for (std::size_t t = 1; t < std::min(cores, count); ++t) helpers.emplace_back(worker);
-    worker();
-    for (std::thread& helper : helpers) helper.join();
-    if (failure) std::rethrow_exception(failure);
+    forEachOnThreads(count, machineCores(), work);
 }
 
 [[noreturn]] void failed(std::string const& what) {

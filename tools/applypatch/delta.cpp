@@ -4,14 +4,13 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <future>
 #include <limits>
-#include <thread>
 #include <vector>
 
+#include "tools/applypatch/cores.h"
 #include "tools/applypatch/delta_layout.h"
 #include "tools/applypatch/format.h"
 #include "tools/applypatch/zstd_stream.h"
@@ -160,16 +159,10 @@ Streams diffFiles(u8 const* old, std::int64_t oldSize, u8 const* next, std::int6
         throw PatchError(Refusal::failed, "suffix sort failed");
     std::size_t const pieces = std::size_t(std::max<std::int64_t>(1, std::min<std::int64_t>(4 * cores, newSize >> 20)));
     std::vector<Streams> parts(pieces);
-    std::atomic<std::size_t> nextPiece{0};
-    auto worker = [&] {
-        for (std::size_t k; (k = nextPiece++) < pieces;)
-            parts[k] = diffRange(old, oldSize, suffixes, next, newSize * std::int64_t(k) / std::int64_t(pieces),
-                                 newSize * std::int64_t(k + 1) / std::int64_t(pieces));
-    };
-    std::vector<std::thread> helpers;
-    for (int t = 1; t < std::min<int>(cores, int(pieces)); ++t) helpers.emplace_back(worker);
-    worker();
-    for (std::thread& helper : helpers) helper.join();
+    forEachOnThreads(pieces, cores, [&](std::size_t k) {
+        parts[k] = diffRange(old, oldSize, suffixes, next, newSize * std::int64_t(k) / std::int64_t(pieces),
+                             newSize * std::int64_t(k + 1) / std::int64_t(pieces));
+    });
     Streams joined = std::move(parts[0]);
     for (std::size_t k = 1; k < pieces; ++k) {
         joined.controls.back().seek -= joined.oldEnd;
@@ -225,7 +218,7 @@ std::string makeDelta(std::string_view oldData, std::string_view newData, int le
         throw PatchError(Refusal::failed, "file too large for a delta");
     std::string const seen = copies == 1 ? std::string() : viewed(oldData, copies);
     if (copies > 1) oldData = seen;
-    int const cores = parts > 0 ? parts : int(std::max(1u, std::thread::hardware_concurrency()));
+    int const cores = parts > 0 ? parts : machineCores();
     Streams s = diffFiles(reinterpret_cast<u8 const*>(oldData.data()), std::int64_t(oldData.size()),
                           reinterpret_cast<u8 const*>(newData.data()), std::int64_t(newData.size()), cores);
     auto const [runs, differences] = packDifferences(s.diff);

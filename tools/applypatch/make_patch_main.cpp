@@ -4,9 +4,9 @@
 #include <chrono>
 #include <cstdio>
 #include <string>
-#include <thread>
 #include <vector>
 
+#include "tools/applypatch/cores.h"
 #include "tools/applypatch/crypto.h"
 #include "tools/applypatch/maker.h"
 
@@ -65,7 +65,7 @@ int main(int argc, char** argv) {
         return 0;
     }
     MakeOptions options;
-    options.threads = int(std::max(1u, std::thread::hardware_concurrency()));
+    options.threads = machineCores();
     std::vector<std::string> folders;
     std::string contentFile;
     for (std::size_t i = 0; i < args.size(); ++i) {

@@ -3,12 +3,11 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <atomic>
+#include <algorithm>
 #include <cstdio>
 #include <fstream>
-#include <mutex>
-#include <thread>
 
+#include "tools/applypatch/cores.h"
 #include "tools/applypatch/crypto.h"
 #include "tools/applypatch/delta.h"
 #include "tools/applypatch/tree.h"
@@ -51,27 +50,6 @@ void makePayload(Job& job, int level, int threads) {
         job.payload = std::move(whole);
         job.kind = PayloadKind::whole;
     }
-}
-
-void runJobs(std::vector<Job>& jobs, int level, int threads) {
-    std::atomic<std::size_t> next{0};
-    std::exception_ptr failure;
-    std::mutex failureLock;
-    auto worker = [&] {
-        for (std::size_t i; (i = next++) < jobs.size();) {
-            try {
-                makePayload(jobs[i], level, threads);
-            } catch (...) {
-                std::lock_guard guard(failureLock);
-                failure = std::current_exception();
-            }
-        }
-    };
-    std::vector<std::thread> pool;
-    for (int t = 1; t < threads; ++t) pool.emplace_back(worker);
-    worker();
-    for (std::thread& t : pool) t.join();
-    if (failure) std::rethrow_exception(failure);
 }
 
 Entry entryFor(std::string const& path, TreeItem const* old, TreeItem const* next) {
@@ -140,7 +118,8 @@ MakeReport makePatch(MakeOptions const& options) {
         if (takeNew) ++n;
     }
 
-    runJobs(jobs, options.level, std::max(1, options.threads));
+    int const threads = std::max(1, options.threads);
+    forEachOnThreads(jobs.size(), threads, [&](std::size_t i) { makePayload(jobs[i], options.level, threads); });
     MakeReport report;
     for (Job const& job : jobs) {
         Entry& e = manifest.entries[job.entry];
