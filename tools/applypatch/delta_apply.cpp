@@ -97,13 +97,68 @@ private:
     std::uint64_t m_clock = 0;
 };
 
+// A stream read through a buffer, for the packed layout's many small reads: each varint, each
+// run of a few non-zero bytes.
+class BufferedStream {
+public:
+    BufferedStream(int fd, std::uint64_t at, std::uint64_t size) : m_stream(fd, at, size) {}
+
+    bool read(u8* out, std::size_t count) {
+        while (count > 0) {
+            if (m_at == m_size && !refill()) return false;
+            std::size_t const n = std::min(count, m_size - m_at);
+            std::copy_n(m_bytes + m_at, n, out);
+            m_at += n;
+            out += n;
+            count -= n;
+        }
+        return true;
+    }
+
+    bool varint(std::uint64_t& value) {
+        value = 0;
+        for (int shift = 0; shift < 64; shift += 7) {
+            if (m_at == m_size && !refill()) return false;
+            u8 const byte = m_bytes[m_at++];
+            value |= std::uint64_t(byte & 0x7F) << shift;
+            if ((byte & 0x80) == 0) return shift < 63 || byte <= 1;
+        }
+        return false;
+    }
+
+    // Read to its end, with nothing left over.
+    bool finished() { return m_at == m_size && m_stream.finished(); }
+
+private:
+    bool refill() {
+        m_size = m_stream.readSome(m_bytes, sizeof m_bytes);
+        m_at = 0;
+        return m_size > 0;
+    }
+
+    ZstdFileReader m_stream;
+    u8 m_bytes[1 << 14];
+    std::size_t m_at = 0, m_size = 0;
+};
+
 // A delta payload's streams, read in order, in either layout.
 class DeltaStreams {
 public:
     DeltaStreams(Layout layout, int fd, std::uint64_t at, std::int64_t const* sizes) : m_layout(layout) {
+        std::uint64_t starts[4];
         for (std::size_t k = 0; k < streamCount(layout); ++k) {
-            m_streams.push_back(std::make_unique<ZstdFileReader>(fd, at, std::uint64_t(sizes[k])));
+            starts[k] = at;
             at += std::uint64_t(sizes[k]);
+        }
+        std::size_t const last = streamCount(layout) - 1;
+        m_extra = std::make_unique<ZstdFileReader>(fd, starts[last], std::uint64_t(sizes[last]));
+        if (layout == Layout::fixed) {
+            m_fixedControls = std::make_unique<ZstdFileReader>(fd, starts[0], std::uint64_t(sizes[0]));
+            m_fixedDifferences = std::make_unique<ZstdFileReader>(fd, starts[1], std::uint64_t(sizes[1]));
+        } else {
+            m_controls = std::make_unique<BufferedStream>(fd, starts[0], std::uint64_t(sizes[0]));
+            m_runs = std::make_unique<BufferedStream>(fd, starts[1], std::uint64_t(sizes[1]));
+            m_nonZero = std::make_unique<BufferedStream>(fd, starts[2], std::uint64_t(sizes[2]));
         }
     }
 
@@ -111,77 +166,54 @@ public:
     bool control(std::int64_t& copy, std::int64_t& fresh, std::int64_t& seek) {
         if (m_layout == Layout::fixed) {
             u8 triple[24];
-            if (!m_streams[0]->read(triple, sizeof triple)) return false;
+            if (!m_fixedControls->read(triple, sizeof triple)) return false;
             copy = getNumber(triple), fresh = getNumber(triple + 8), seek = getNumber(triple + 16);
             return true;
         }
         std::uint64_t values[3];
         for (std::uint64_t& value : values)
-            if (!varint(m_controlBytes, *m_streams[0], value)) return false;
+            if (!m_controls->varint(value)) return false;
         if (values[0] > kLargest || values[1] > kLargest) return false;
         copy = std::int64_t(values[0]), fresh = std::int64_t(values[1]), seek = unzigzag(values[2]);
         return true;
     }
 
-    // The next `count` differences, added to nothing: the bytes to add to the old file's.
+    // The next `count` differences: the bytes to add to the old file's.
     bool differences(u8* out, std::size_t count) {
-        if (m_layout == Layout::fixed) return m_streams[1]->read(out, count);
+        if (m_layout == Layout::fixed) return m_fixedDifferences->read(out, count);
         while (count > 0) {
-            if (m_zeros == 0 && m_nonZero == 0) {
-                if (!varint(m_runBytes, *m_streams[1], m_zeros) || !varint(m_runBytes, *m_streams[1], m_nonZero)) return false;
-                if (m_zeros == 0 && m_nonZero == 0) return false;  // a run of nothing would never end
+            if (m_zerosLeft == 0 && m_nonZeroLeft == 0) {
+                if (!m_runs->varint(m_zerosLeft) || !m_runs->varint(m_nonZeroLeft)) return false;
+                if (m_zerosLeft == 0 && m_nonZeroLeft == 0) return false;  // a run of nothing would never end
             }
-            std::uint64_t const zeros = std::min<std::uint64_t>(m_zeros, count);
+            std::size_t const zeros = std::size_t(std::min<std::uint64_t>(m_zerosLeft, count));
             std::fill_n(out, zeros, u8(0));
-            m_zeros -= zeros;
-            std::size_t const taken = std::size_t(zeros) + std::size_t(std::min<std::uint64_t>(m_nonZero, count - zeros));
-            if (taken > zeros && !m_streams[2]->read(out + zeros, taken - zeros)) return false;
-            m_nonZero -= taken - zeros;
-            out += taken;
-            count -= taken;
+            std::size_t const nonZero = std::size_t(std::min<std::uint64_t>(m_nonZeroLeft, count - zeros));
+            if (nonZero > 0 && !m_nonZero->read(out + zeros, nonZero)) return false;
+            m_zerosLeft -= zeros;
+            m_nonZeroLeft -= nonZero;
+            out += zeros + nonZero;
+            count -= zeros + nonZero;
         }
         return true;
     }
 
-    bool extra(u8* out, std::size_t count) { return m_streams.back()->read(out, count); }
+    bool extra(u8* out, std::size_t count) { return m_extra->read(out, count); }
 
     // Every stream read to its end, and no run left over.
     bool finished() {
-        if (m_zeros != 0 || m_nonZero != 0 || !m_controlBytes.empty() || !m_runBytes.empty()) return false;
-        for (auto& stream : m_streams)
-            if (!stream->finished()) return false;
-        return true;
+        if (m_layout == Layout::fixed) return m_fixedControls->finished() && m_fixedDifferences->finished() && m_extra->finished();
+        return m_zerosLeft == 0 && m_nonZeroLeft == 0 && m_controls->finished() && m_runs->finished() &&
+               m_nonZero->finished() && m_extra->finished();
     }
 
 private:
     static constexpr std::uint64_t kLargest = std::uint64_t(std::numeric_limits<std::int64_t>::max());
 
-    // Bytes read ahead of the varints still to decode.
-    struct Pending {
-        u8 bytes[4096];
-        std::size_t at = 0, size = 0;
-        bool empty() const { return at == size; }
-    };
-
-    static bool varint(Pending& pending, ZstdFileReader& stream, std::uint64_t& value) {
-        value = 0;
-        for (int shift = 0; shift < 64; shift += 7) {
-            if (pending.empty()) {
-                pending.size = stream.readSome(pending.bytes, sizeof pending.bytes);
-                pending.at = 0;
-                if (pending.size == 0) return false;
-            }
-            u8 const byte = pending.bytes[pending.at++];
-            value |= std::uint64_t(byte & 0x7F) << shift;
-            if ((byte & 0x80) == 0) return shift < 63 || byte <= 1;
-        }
-        return false;
-    }
-
     Layout m_layout;
-    std::vector<std::unique_ptr<ZstdFileReader>> m_streams;
-    Pending m_controlBytes, m_runBytes;
-    std::uint64_t m_zeros = 0, m_nonZero = 0;
+    std::unique_ptr<ZstdFileReader> m_fixedControls, m_fixedDifferences, m_extra;
+    std::unique_ptr<BufferedStream> m_controls, m_runs, m_nonZero;
+    std::uint64_t m_zerosLeft = 0, m_nonZeroLeft = 0;
 };
 
 } // namespace
