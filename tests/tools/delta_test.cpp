@@ -7,6 +7,8 @@
 
 #include "tests/fixtures/scratch.h"
 #include "tools/applypatch/delta.h"
+#include "tools/applypatch/xz_stream.h"
+#include "tools/applypatch/zstd_stream.h"
 
 using namespace Refloom::Patch;
 
@@ -92,4 +94,20 @@ TEST(Delta, ABitPackedFileShiftedByAFewBitsMatchesAgainThroughTheBitView) {
     EXPECT_EQ(applied(old, shifted, old.size(), OldView::bits), next);
     EXPECT_LT(shifted.size(), plain.size() / 20);
     EXPECT_EQ(applied(old.substr(0, 200000), shifted, old.size(), OldView::bits), "(failed)");
+}
+
+TEST(Streams, EitherCodecReadsBackWholeAndATruncatedStreamFails) {
+    std::string data = noise(1 << 20, 9);
+    data += std::string(3 << 20, 'r') + data.substr(0, 500000);
+    for (std::string const& stored : {compress(data, 3), compressXz(data, 1), compressXz(data, 2)}) {
+        std::FILE* file = fileHolding(stored);
+        std::unique_ptr<StreamReader> whole = openStream(fileno(file), 0, stored.size());
+        std::string out(data.size(), '\0');
+        EXPECT_TRUE(whole->read(out.data(), out.size()));
+        EXPECT_TRUE(whole->finished());
+        EXPECT_EQ(out, data);
+        std::unique_ptr<StreamReader> cut = openStream(fileno(file), 0, stored.size() - 9);
+        EXPECT_FALSE(cut->read(out.data(), out.size()) && cut->finished());
+        std::fclose(file);
+    }
 }

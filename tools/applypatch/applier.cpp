@@ -18,7 +18,7 @@
 #include "tools/applypatch/delta.h"
 #include "tools/applypatch/journal.h"
 #include "tools/applypatch/tree.h"
-#include "tools/applypatch/zstd_stream.h"
+#include "tools/applypatch/stream_reader.h"
 
 namespace Refloom::Patch {
 namespace {
@@ -209,15 +209,15 @@ void stageFile(PatchFile const& patch, Locations const& at, Entry const& e, std:
         produced = applyDelta(old, e.source.size, view, layout, patch.fd(), patch.payloadStart(e), e.payloadSize, sink);
         close(old);
     } else {
-        ZstdFileReader reader(patch.fd(), patch.payloadStart(e), e.payloadSize);
+        std::unique_ptr<StreamReader> const reader = openStream(patch.fd(), patch.payloadStart(e), e.payloadSize);
         std::string buffer(1 << 17, '\0');
         produced = true;
         for (std::uint64_t left = e.target.size; produced && left > 0;) {
             std::size_t chunk = std::size_t(std::min<std::uint64_t>(left, buffer.size()));
-            produced = reader.read(buffer.data(), chunk) && sink(buffer.data(), chunk);
+            produced = reader->read(buffer.data(), chunk) && sink(buffer.data(), chunk);
             left -= chunk;
         }
-        produced = produced && reader.finished();
+        produced = produced && reader->finished();
     }
     produced = produced && writer.flush();
     if (geteuid() == 0 && fchown(fd, owner, group) != 0) produced = false;

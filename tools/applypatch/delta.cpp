@@ -13,6 +13,7 @@
 #include "tools/applypatch/cores.h"
 #include "tools/applypatch/delta_layout.h"
 #include "tools/applypatch/format.h"
+#include "tools/applypatch/xz_stream.h"
 #include "tools/applypatch/zstd_stream.h"
 
 namespace Refloom::Patch {
@@ -174,6 +175,16 @@ Streams diffFiles(u8 const* old, std::int64_t oldSize, u8 const* next, std::int6
     return joined;
 }
 
+// A packed stream, as the smaller of xz and zstd. xz's LZMA2 came out 3 to 30% smaller on every
+// stream of real libraries (most on new machine code); zstd's frame is some 50 bytes lighter,
+// which wins on the tiny streams of small files. A large stream is not compressed twice.
+std::string compressPacked(std::string const& stream, int level, int workers) {
+    std::string xz = compressXz(stream, workers);
+    if (stream.size() >= (4u << 20)) return xz;
+    std::string zstd = compress(stream, level);
+    return zstd.size() <= xz.size() ? zstd : xz;
+}
+
 // The controls as varints, in the packed layout.
 std::string packControls(std::vector<Control> const& controls) {
     std::string out;
@@ -224,12 +235,12 @@ std::string makeDelta(std::string_view oldData, std::string_view newData, int le
     auto const [runs, differences] = packDifferences(s.diff);
     s.diff = std::string();
     // The runs and the non-zero differences are the large streams, as long as the new file can be:
-    // zstd compresses each on every core.
+    // each is compressed on every core.
     auto parallel = [cores](std::string const& stream) { return cores > 1 && stream.size() >= (4u << 20) ? cores : 0; };
-    auto compressedRuns = std::async(std::launch::async, [&] { return compress(runs, level, parallel(runs)); });
-    std::string const packedDifferences = compress(differences, level, parallel(differences));
-    std::string const control = compress(packControls(s.controls), level);
-    std::string const extra = compress(s.extra, level, parallel(s.extra));
+    auto compressedRuns = std::async(std::launch::async, [&] { return compressPacked(runs, level, parallel(runs)); });
+    std::string const packedDifferences = compressPacked(differences, level, parallel(differences));
+    std::string const control = compressPacked(packControls(s.controls), level, 0);
+    std::string const extra = compressPacked(s.extra, level, parallel(s.extra));
     std::string const packedRuns = compressedRuns.get();
     std::string out;
     putNumber(out, std::int64_t(newData.size()));

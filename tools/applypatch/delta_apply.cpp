@@ -8,7 +8,7 @@
 
 #include "tools/applypatch/delta.h"
 #include "tools/applypatch/delta_layout.h"
-#include "tools/applypatch/zstd_stream.h"
+#include "tools/applypatch/stream_reader.h"
 
 namespace Refloom::Patch {
 namespace {
@@ -101,7 +101,7 @@ private:
 // run of a few non-zero bytes.
 class BufferedStream {
 public:
-    BufferedStream(int fd, std::uint64_t at, std::uint64_t size) : m_stream(fd, at, size) {}
+    BufferedStream(int fd, std::uint64_t at, std::uint64_t size) : m_stream(openStream(fd, at, size)) {}
 
     bool read(u8* out, std::size_t count) {
         while (count > 0) {
@@ -127,16 +127,16 @@ public:
     }
 
     // Read to its end, with nothing left over.
-    bool finished() { return m_at == m_size && m_stream.finished(); }
+    bool finished() { return m_at == m_size && m_stream->finished(); }
 
 private:
     bool refill() {
-        m_size = m_stream.readSome(m_bytes, sizeof m_bytes);
+        m_size = m_stream->readSome(m_bytes, sizeof m_bytes);
         m_at = 0;
         return m_size > 0;
     }
 
-    ZstdFileReader m_stream;
+    std::unique_ptr<StreamReader> m_stream;
     u8 m_bytes[1 << 14];
     std::size_t m_at = 0, m_size = 0;
 };
@@ -151,10 +151,10 @@ public:
             at += std::uint64_t(sizes[k]);
         }
         std::size_t const last = streamCount(layout) - 1;
-        m_extra = std::make_unique<ZstdFileReader>(fd, starts[last], std::uint64_t(sizes[last]));
+        m_extra = openStream(fd, starts[last], std::uint64_t(sizes[last]));
         if (layout == Layout::fixed) {
-            m_fixedControls = std::make_unique<ZstdFileReader>(fd, starts[0], std::uint64_t(sizes[0]));
-            m_fixedDifferences = std::make_unique<ZstdFileReader>(fd, starts[1], std::uint64_t(sizes[1]));
+            m_fixedControls = openStream(fd, starts[0], std::uint64_t(sizes[0]));
+            m_fixedDifferences = openStream(fd, starts[1], std::uint64_t(sizes[1]));
         } else {
             m_controls = std::make_unique<BufferedStream>(fd, starts[0], std::uint64_t(sizes[0]));
             m_runs = std::make_unique<BufferedStream>(fd, starts[1], std::uint64_t(sizes[1]));
@@ -211,7 +211,7 @@ private:
     static constexpr std::uint64_t kLargest = std::uint64_t(std::numeric_limits<std::int64_t>::max());
 
     Layout m_layout;
-    std::unique_ptr<ZstdFileReader> m_fixedControls, m_fixedDifferences, m_extra;
+    std::unique_ptr<StreamReader> m_fixedControls, m_fixedDifferences, m_extra;
     std::unique_ptr<BufferedStream> m_controls, m_runs, m_nonZero;
     std::uint64_t m_zerosLeft = 0, m_nonZeroLeft = 0;
 };

@@ -75,15 +75,6 @@ bool ZstdFileReader::refill() {
     return true;
 }
 
-bool ZstdFileReader::read(void* out, std::size_t size) {
-    for (std::size_t done = 0; done < size;) {
-        std::size_t const got = readSome(static_cast<char*>(out) + done, size - done);
-        if (got == 0) return false;
-        done += got;
-    }
-    return true;
-}
-
 std::size_t ZstdFileReader::readSome(void* out, std::size_t size) {
     ZSTD_outBuffer output{out, size, 0};
     while (output.pos == 0 && size > 0) {

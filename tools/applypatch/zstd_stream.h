@@ -1,5 +1,4 @@
-// zstd compression of whole buffers, and streaming decompression of a frame stored in a file,
-// so that applying never holds a whole payload in memory.
+// zstd compression of whole buffers, and streaming decompression of a frame stored in a file.
 #pragma once
 
 #include <zstd.h>
@@ -8,25 +7,23 @@
 #include <string>
 #include <string_view>
 
+#include "tools/applypatch/stream_reader.h"
+
 namespace Refloom::Patch {
 
 // Compressed with `workers` threads (0: in the calling thread).
 std::string compress(std::string_view data, int level, int workers = 0);
 
 // Reads the decompressed bytes of the zstd data stored at [offset, offset + size) of a file.
-class ZstdFileReader {
+class ZstdFileReader : public StreamReader {
 public:
     ZstdFileReader(int fd, std::uint64_t offset, std::uint64_t size);
-    ~ZstdFileReader();
+    ~ZstdFileReader() override;
     ZstdFileReader(ZstdFileReader const&) = delete;
     ZstdFileReader& operator=(ZstdFileReader const&) = delete;
 
-    // Fills `size` bytes; false when the data ends first or is corrupt.
-    bool read(void* out, std::size_t size);
-    // Fills up to `size` bytes, at least one; 0 when the data has ended or is corrupt.
-    std::size_t readSome(void* out, std::size_t size);
-    // True when every byte has been read and the frame is complete.
-    bool finished();
+    std::size_t readSome(void* out, std::size_t size) override;
+    bool finished() override;
 
 private:
     bool refill();

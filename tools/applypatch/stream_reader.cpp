@@ -1,0 +1,30 @@
+#include "tools/applypatch/stream_reader.h"
+
+#include <unistd.h>
+
+#include <cstring>
+
+#include "tools/applypatch/xz_stream.h"
+#include "tools/applypatch/zstd_stream.h"
+
+namespace Refloom::Patch {
+
+bool StreamReader::read(void* out, std::size_t size) {
+    for (std::size_t done = 0; done < size;) {
+        std::size_t const got = readSome(static_cast<char*>(out) + done, size - done);
+        if (got == 0) return false;
+        done += got;
+    }
+    return true;
+}
+
+std::unique_ptr<StreamReader> openStream(int fd, std::uint64_t offset, std::uint64_t size) {
+    static constexpr unsigned char kXzMagic[6] = {0xFD, '7', 'z', 'X', 'Z', 0x00};
+    unsigned char start[sizeof kXzMagic] = {};
+    bool const xz = size >= sizeof start && pread(fd, start, sizeof start, off_t(offset)) == ssize_t(sizeof start) &&
+                    std::memcmp(start, kXzMagic, sizeof start) == 0;
+    if (xz) return std::make_unique<XzFileReader>(fd, offset, size);
+    return std::make_unique<ZstdFileReader>(fd, offset, size);
+}
+
+} // namespace Refloom::Patch

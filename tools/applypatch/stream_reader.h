@@ -1,0 +1,25 @@
+// A compressed stream stored in a file, read as it decompresses, so that applying never holds a
+// whole payload in memory.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+namespace Refloom::Patch {
+
+class StreamReader {
+public:
+    virtual ~StreamReader() = default;
+    // Fills up to `size` bytes, at least one; 0 when the data has ended or is corrupt.
+    virtual std::size_t readSome(void* out, std::size_t size) = 0;
+    // True when every byte has been read and the stream is complete, with nothing after it.
+    virtual bool finished() = 0;
+    // Fills `size` bytes; false when the data ends first or is corrupt.
+    bool read(void* out, std::size_t size);
+};
+
+// The stream stored at [offset, offset + size) of a file: one zstd frame or one xz stream, told
+// apart by their magic numbers.
+std::unique_ptr<StreamReader> openStream(int fd, std::uint64_t offset, std::uint64_t size);
+
+} // namespace Refloom::Patch
