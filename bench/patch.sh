@@ -8,21 +8,25 @@
 #                   trees and the reference tools' figures found there are reused
 #   RF_BENCH_RUNS   timed applies per command (default 3, after one warm-up run); makes run once
 #   RF_BENCH_CASES  pairs or cases to run, separated by commas or spaces (default all):
-#                   postgresql, libreoffice, openjdk, firefox; NAME-file or NAME-tree for one case
+#                   postgresql, libreoffice, openjdk, libjvm, firefox; NAME-file or NAME-tree for
+#                   one case
 set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 work=${RF_BENCH_DIR:-$root/bench/out}
 runs=${RF_BENCH_RUNS:-3}
-selected=${RF_BENCH_CASES:-postgresql libreoffice openjdk firefox}
+selected=${RF_BENCH_CASES:-postgresql libreoffice openjdk libjvm firefox}
 
 # name, package, old version, new version: security updates of Debian 12, both versions in its
 # archive while they are current. A pair no longer there falls back to the oldest and newest
-# versions apt-cache madison lists (the table shows the versions used).
+# versions apt-cache madison lists (the table shows the versions used). The file case takes the
+# largest changed file; a fifth field names another, and such a pair has no tree case (its tree
+# is another pair's).
 pairs=(
   "postgresql postgresql-15 15.18-0+deb12u1 15.20-0+deb12u1"
   "libreoffice libreoffice-core 4:7.4.7-1+deb12u13 4:7.4.7-1+deb12u14"
   "openjdk openjdk-17-jre-headless 17.0.19+10-1~deb12u2 17.0.21.1+2-1~deb12u1"
+  "libjvm openjdk-17-jre-headless 17.0.19+10-1~deb12u2 17.0.21.1+2-1~deb12u1 usr/lib/jvm/java-17-openjdk-amd64/lib/server/libjvm.so"
   "firefox firefox-esr 140.12.0esr-1~deb12u1 153.7.0esr-1~deb12u1"
 )
 reference_tools=(bsdiff xdelta3 zstd)
@@ -80,7 +84,7 @@ fi
 
 # The packages are fetched and unpacked once; data/NAME/.done says a pair is complete.
 prepare_pair() {
-  local name=$1 package=$2 old_version=$3 new_version=$4
+  local name=$1 package=$2 old_version=$3 new_version=$4 chosen=${5:-}
   local data=$base/data/$name debs=$base/debs/$name
   [[ -f $data/.done ]] && return 0
   step "$name: fetching and unpacking $package"
@@ -105,7 +109,7 @@ prepare_pair() {
     dpkg-deb -x "$debs/$side"/*.deb "$data/$side"
   done
   local file
-  file=$(helper pick "$data/old" "$data/new")
+  file=${chosen:-$(helper pick "$data/old" "$data/new")}
   for side in old new; do
     mkdir -p "$data/file/$side"
     ln "$data/$side/$file" "$data/file/$side/"
@@ -185,13 +189,14 @@ run_case() {
 }
 
 for pair in "${pairs[@]}"; do
-  read -r name package old_version new_version <<<"$pair"
+  read -r name package old_version new_version chosen <<<"$pair"
   wanted "$name" file || wanted "$name" tree || continue
-  prepare_pair "$name" "$package" "$old_version" "$new_version"
+  prepare_pair "$name" "$package" "$old_version" "$new_version" "$chosen"
 done
 for pair in "${pairs[@]}"; do
-  read -r name package old_version new_version <<<"$pair"
+  read -r name package old_version new_version chosen <<<"$pair"
   for kind in file tree; do
+    [[ -n $chosen && $kind == tree ]] && continue
     wanted "$name" "$kind" && run_case "$name" "$package" "$kind"
   done
 done
