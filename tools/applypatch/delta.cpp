@@ -177,10 +177,10 @@ Streams diffFiles(u8 const* old, std::int64_t oldSize, u8 const* next, std::int6
 
 // A packed stream, as the smaller of xz and zstd. xz's LZMA2 came out 3 to 30% smaller on every
 // stream of real libraries (most on new machine code); zstd's frame is some 50 bytes lighter,
-// which wins on the tiny streams of small files. A large stream is not compressed twice.
+// which wins on the tiny streams of small files. Past 64 KiB a stream is not compressed twice.
 std::string compressPacked(std::string const& stream, int level, int workers) {
     std::string xz = compressXz(stream, workers);
-    if (stream.size() >= (4u << 20)) return xz;
+    if (stream.size() >= (64u << 10)) return xz;
     std::string zstd = compress(stream, level);
     return zstd.size() <= xz.size() ? zstd : xz;
 }
