@@ -10,6 +10,7 @@
                                          each WARM file or tree so that the page cache holds them
   patch_data.py bury GRAVEYARD DEST [WARM...]
                                          the same without the copy: DEST is then free
+  patch_data.py warm PATH...             read each file or tree so that the page cache holds it
   patch_data.py same EXPECTED FOUND      exit 1, naming the first difference, unless the trees
                                          hold the same entries: kind, permission bits, link
                                          target, file content and file modification time
@@ -262,6 +263,8 @@ if __name__ == "__main__":
         info(*args[1:])
     elif args[:1] == ["fresh"] and len(args) >= 4:
         fresh(*args[1:])
+    elif args[:1] == ["warm"] and len(args) >= 2:
+        warm(args[1:])
     elif args[:1] == ["bury"] and len(args) >= 3:
         bury(*args[1:])
     elif args[:1] == ["same"] and len(args) == 3:
