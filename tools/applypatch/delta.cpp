@@ -26,7 +26,8 @@ using u8 = std::uint8_t;
 // The shortest match worth jumping to elsewhere in the old file. A shorter one saves fewer bytes
 // than its control and the scattered reads of the old file cost: across a year of a browser's
 // library, allowing 9-byte jumps made 4.4 million copies of 12 bytes each, a patch of 56.0 MB that
-// took 13 s to apply; from 16 bytes on, 47.8 MB and 5.2 s. Smaller patches elsewhere too.
+// took 13 s to apply; from 16 bytes on, 47.8 MB and 5.2 s. Bitcode is the exception: its shifted
+// fields match in short pieces, and its files are small, so any jump the score allows is taken.
 constexpr std::int64_t kShortestJump = 16;
 
 std::int64_t matchLength(u8 const* a, std::int64_t aSize, u8 const* b, std::int64_t bSize) {
@@ -83,7 +84,7 @@ struct Streams {
 
 // The streams for new bytes [begin, end), starting at the old file's position 0.
 Streams diffRange(u8 const* old, std::int64_t oldSize, std::vector<saidx_t> const& suffixes, u8 const* next,
-                  std::int64_t begin, std::int64_t end) {
+                  std::int64_t begin, std::int64_t end, std::int64_t shortestJump) {
     Streams s;
     s.diff.reserve(std::size_t(end - begin));
     auto emit = [&s](std::int64_t copy, std::int64_t fresh, std::int64_t seek) {
@@ -104,7 +105,7 @@ Streams diffRange(u8 const* old, std::int64_t oldSize, std::vector<saidx_t> cons
             for (; scoreAt < scan + length; ++scoreAt)
                 if (scoreAt + lastOffset < oldSize && scoreAt + lastOffset >= 0 && old[scoreAt + lastOffset] == next[scoreAt])
                     ++oldScore;
-            if ((length == oldScore && length != 0) || (length > oldScore + 8 && length >= kShortestJump)) break;
+            if ((length == oldScore && length != 0) || (length > oldScore + 8 && length >= shortestJump)) break;
             if (scan + lastOffset < oldSize && scan + lastOffset >= 0 && old[scan + lastOffset] == next[scan]) --oldScore;
         }
         if (length == oldScore && scan != end) continue;
@@ -160,7 +161,8 @@ Streams diffRange(u8 const* old, std::int64_t oldSize, std::vector<saidx_t> cons
 // The new file is searched in pieces of at least 1 MiB, each from the old file's position 0, four
 // per core so that the cores finish together; the pieces join by moving the old position back to
 // 0 where the next one begins.
-Streams diffFiles(u8 const* old, std::int64_t oldSize, u8 const* next, std::int64_t newSize, int cores) {
+Streams diffFiles(u8 const* old, std::int64_t oldSize, u8 const* next, std::int64_t newSize, int cores,
+                  std::int64_t shortestJump) {
     std::vector<saidx_t> suffixes(static_cast<std::size_t>(oldSize));
     if (oldSize > 0 && divsufsort(old, suffixes.data(), saidx_t(oldSize)) != 0)
         throw PatchError(Refusal::failed, "suffix sort failed");
@@ -168,7 +170,7 @@ Streams diffFiles(u8 const* old, std::int64_t oldSize, u8 const* next, std::int6
     std::vector<Streams> parts(pieces);
     forEachOnThreads(pieces, cores, [&](std::size_t k) {
         parts[k] = diffRange(old, oldSize, suffixes, next, newSize * std::int64_t(k) / std::int64_t(pieces),
-                             newSize * std::int64_t(k + 1) / std::int64_t(pieces));
+                             newSize * std::int64_t(k + 1) / std::int64_t(pieces), shortestJump);
     });
     Streams joined = std::move(parts[0]);
     for (std::size_t k = 1; k < pieces; ++k) {
@@ -237,7 +239,8 @@ std::string makeDelta(std::string_view oldData, std::string_view newData, int le
     if (copies > 1) oldData = seen;
     int const cores = parts > 0 ? parts : machineCores();
     Streams s = diffFiles(reinterpret_cast<u8 const*>(oldData.data()), std::int64_t(oldData.size()),
-                          reinterpret_cast<u8 const*>(newData.data()), std::int64_t(newData.size()), cores);
+                          reinterpret_cast<u8 const*>(newData.data()), std::int64_t(newData.size()), cores,
+                          view == OldView::bits ? 0 : kShortestJump);
     auto const [runs, differences] = packDifferences(s.diff);
     s.diff = std::string();
     // The runs and the non-zero differences are the large streams, as long as the new file can be:

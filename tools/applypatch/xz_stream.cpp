@@ -10,7 +10,8 @@
 namespace Refloom::Patch {
 namespace {
 
-constexpr std::uint32_t kLargestDictionary = 8u << 20;
+// A reader holds the dictionary: four streams of a large file at once stay within 16 MiB.
+constexpr std::uint32_t kLargestDictionary = 4u << 20;
 constexpr std::uint64_t kMemoryLimit = 64u << 20;  // refuse streams that would need more to decode
 
 [[noreturn]] void failed(char const* what) { throw PatchError(Refusal::failed, std::string("xz compression failed: ") + what); }

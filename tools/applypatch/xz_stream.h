@@ -11,7 +11,7 @@
 
 namespace Refloom::Patch {
 
-// xz at preset 6, extreme, with a dictionary no larger than the data needs (8 MiB at most, so
+// xz at preset 6, extreme, with a dictionary no larger than the data needs (4 MiB at most, so
 // that a reader needs little memory), without a check of its own (the payload's hash covers it);
 // on `workers` threads when more than one.
 std::string compressXz(std::string_view data, int workers = 0);
