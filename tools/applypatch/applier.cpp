@@ -233,11 +233,18 @@ void stage(PatchFile const& patch, Locations const& at, Progress& progress) {
     struct stat folder;
     stat(at.folder.c_str(), &folder);
     auto const& entries = patch.manifest().entries;
-    std::mutex progressLock;
-    // Every file streams through buffers of a fixed size, so the cores can all stage at once.
+    std::mutex progressLock, largeDelta;
+    // Every file streams through buffers of a fixed size, so the cores can all stage at once. A
+    // large delta's buffers are the largest (four decoders with dictionaries of up to 4 MiB, the
+    // old file's block cache), so those go one at a time: a run's memory then stays the same
+    // whatever the number of cores.
     forEachOnCores(entries.size(), [&](std::size_t i) {
         Entry const& e = entries[i];
-        if (e.op != Op::mode && e.target.kind == Kind::file) stageFile(patch, at, e, i, folder.st_uid, folder.st_gid);
+        if (e.op != Op::mode && e.target.kind == Kind::file) {
+            std::unique_lock alone(largeDelta, std::defer_lock);
+            if (isDelta(e.payload) && e.target.size >= (4u << 20)) alone.lock();
+            stageFile(patch, at, e, i, folder.st_uid, folder.st_gid);
+        }
         if (e.op != Op::mode && e.target.kind == Kind::link) {
             std::string const staged = at.stage + "/" + std::to_string(i);
             timespec const times[2] = {{e.mtimeSeconds, long(e.mtimeNanoseconds)}, {e.mtimeSeconds, long(e.mtimeNanoseconds)}};

@@ -4,6 +4,7 @@
 // The public key is "applyPatch.pub" beside this executable. Exit statuses: 0 done or already up
 // to date, 1 usage, 2 unreadable patch, 3 bad signature, 4 unknown format version, 5 unsafe path,
 // 6 folder in neither state, 7 payload or result hash mismatch, 8 failed and restored.
+#include <malloc.h>
 #include <unistd.h>
 
 #include <climits>
@@ -55,6 +56,10 @@ std::string publicKeyBesideTool() {
 } // namespace
 
 int main(int argc, char** argv) {
+    // Buffers of a large delta (decoder dictionaries, the old file's cache) are given back to the
+    // system when it is done, so that the next, on another thread, does not add its own: glibc
+    // would otherwise keep them in each thread's heap once the first was freed.
+    mallopt(M_MMAP_THRESHOLD, 256 << 10);
     std::string folder, patchPath;
     bool dryRun = false, content = false;
     for (int i = 1; i < argc; ++i) {

@@ -58,7 +58,7 @@ public:
 
 private:
     static constexpr std::int64_t kBlock = 1 << 12;
-    static constexpr std::size_t kSlots = 1024;  // 4 MiB, each block in the slot its number picks
+    static constexpr std::size_t kSlots = 512;  // 2 MiB, each block in the slot its number picks
     static constexpr std::int64_t kRun = 16;
     static constexpr std::size_t kStride = std::size_t(kBlock) + 1;
 
