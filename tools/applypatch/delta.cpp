@@ -241,7 +241,10 @@ std::string makeDelta(std::string_view oldData, std::string_view newData, int le
     Streams s = diffFiles(reinterpret_cast<u8 const*>(oldData.data()), std::int64_t(oldData.size()),
                           reinterpret_cast<u8 const*>(newData.data()), std::int64_t(newData.size()), cores,
                           view == OldView::bits ? 0 : kShortestJump);
-    auto const [runs, differences] = packDifferences(s.diff);
+    // Named references, not a structured binding: clang 14 cannot capture one in a lambda.
+    auto const packed = packDifferences(s.diff);
+    std::string const& runs = packed.first;
+    std::string const& differences = packed.second;
     s.diff = std::string();
     // The runs and the non-zero differences are the large streams, as long as the new file can be:
     // each is compressed on every core.
