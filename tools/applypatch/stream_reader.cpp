@@ -2,12 +2,29 @@
 
 #include <unistd.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <cstring>
 
 #include "tools/applypatch/xz_stream.h"
 #include "tools/applypatch/zstd_stream.h"
 
 namespace Refloom::Patch {
+
+StreamReader::StreamReader(int fd, std::uint64_t offset, std::uint64_t size)
+    : m_in(std::size_t(std::min<std::uint64_t>(size, 1 << 17)), '\0'), m_fd(fd), m_offset(offset), m_left(size) {}
+
+std::size_t StreamReader::readInput() {
+    if (m_left == 0) return 0;
+    std::size_t const want = std::size_t(std::min<std::uint64_t>(m_left, m_in.size()));
+    ssize_t got;
+    do got = pread(m_fd, m_in.data(), want, off_t(m_offset));
+    while (got < 0 && errno == EINTR);
+    if (got <= 0) return 0;
+    m_offset += std::uint64_t(got);
+    m_left -= std::uint64_t(got);
+    return std::size_t(got);
+}
 
 bool StreamReader::read(void* out, std::size_t size) {
     for (std::size_t done = 0; done < size;) {

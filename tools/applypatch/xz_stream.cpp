@@ -1,9 +1,6 @@
 #include "tools/applypatch/xz_stream.h"
 
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
 
 #include "tools/applypatch/format.h"
 
@@ -52,24 +49,17 @@ std::string compressXz(std::string_view data, int workers) {
 }
 
 XzFileReader::XzFileReader(int fd, std::uint64_t offset, std::uint64_t size)
-    : m_fd(fd), m_offset(offset), m_left(size), m_in(std::size_t(std::min<std::uint64_t>(size, 1 << 17)), '\0') {
+    : StreamReader(fd, offset, size) {
     m_ok = lzma_stream_decoder(&m_stream, kMemoryLimit, 0) == LZMA_OK;
 }
 
 XzFileReader::~XzFileReader() { lzma_end(&m_stream); }
 
 bool XzFileReader::refill() {
-    if (m_left == 0) return false;
-    std::size_t const want = std::size_t(std::min<std::uint64_t>(m_left, m_in.size()));
-    ssize_t got;
-    do got = pread(m_fd, m_in.data(), want, off_t(m_offset));
-    while (got < 0 && errno == EINTR);
-    if (got <= 0) return false;
-    m_offset += std::uint64_t(got);
-    m_left -= std::uint64_t(got);
+    std::size_t const got = readInput();
     m_stream.next_in = reinterpret_cast<std::uint8_t const*>(m_in.data());
-    m_stream.avail_in = std::size_t(got);
-    return true;
+    m_stream.avail_in = got;
+    return got > 0;
 }
 
 std::size_t XzFileReader::readSome(void* out, std::size_t size) {
@@ -77,14 +67,14 @@ std::size_t XzFileReader::readSome(void* out, std::size_t size) {
     m_stream.next_out = static_cast<std::uint8_t*>(out);
     m_stream.avail_out = size;
     while (m_stream.avail_out == size) {
-        if (m_stream.avail_in == 0 && m_left > 0 && !refill()) return m_ok = false, 0;
-        lzma_ret const result = lzma_code(&m_stream, m_left == 0 && m_stream.avail_in == 0 ? LZMA_FINISH : LZMA_RUN);
+        if (m_stream.avail_in == 0 && inputLeft() > 0 && !refill()) return m_ok = false, 0;
+        lzma_ret const result = lzma_code(&m_stream, inputLeft() == 0 && m_stream.avail_in == 0 ? LZMA_FINISH : LZMA_RUN);
         if (result == LZMA_STREAM_END) {
             m_ended = true;
             break;
         }
         if (result != LZMA_OK) return m_ok = false, 0;
-        if (m_stream.avail_out == size && m_stream.avail_in == 0 && m_left == 0) return m_ok = false, 0;
+        if (m_stream.avail_out == size && m_stream.avail_in == 0 && inputLeft() == 0) return m_ok = false, 0;
     }
     return size - m_stream.avail_out;
 }
@@ -93,7 +83,7 @@ bool XzFileReader::finished() {
     char probe;
     // A stream whose last bytes were not asked for yet ends with this read.
     if (!m_ended && readSome(&probe, 1) != 0) return false;
-    return m_ok && m_ended && m_stream.avail_in == 0 && m_left == 0;
+    return m_ok && m_ended && m_stream.avail_in == 0 && inputLeft() == 0;
 }
 
 } // namespace Refloom::Patch

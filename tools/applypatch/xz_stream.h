@@ -20,8 +20,6 @@ class XzFileReader : public StreamReader {
 public:
     XzFileReader(int fd, std::uint64_t offset, std::uint64_t size);
     ~XzFileReader() override;
-    XzFileReader(XzFileReader const&) = delete;
-    XzFileReader& operator=(XzFileReader const&) = delete;
 
     std::size_t readSome(void* out, std::size_t size) override;
     bool finished() override;
@@ -29,11 +27,7 @@ public:
 private:
     bool refill();
 
-    int m_fd;
-    std::uint64_t m_offset;
-    std::uint64_t m_left;
     lzma_stream m_stream = LZMA_STREAM_INIT;
-    std::string m_in;
     bool m_ok = false;
     bool m_ended = false;
 };

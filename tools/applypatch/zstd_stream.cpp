@@ -1,9 +1,6 @@
 #include "tools/applypatch/zstd_stream.h"
 
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
 #include <vector>
 
 #include "tools/applypatch/format.h"
@@ -57,32 +54,24 @@ thread_local SpareDecoders t_decoders;
 } // namespace
 
 ZstdFileReader::ZstdFileReader(int fd, std::uint64_t offset, std::uint64_t size)
-    : m_fd(fd), m_offset(offset), m_left(size), m_stream(t_decoders.take()),
-      m_in(std::size_t(std::min<std::uint64_t>(size, 1 << 17)), '\0') {}
+    : StreamReader(fd, offset, size), m_stream(t_decoders.take()) {}
 
 ZstdFileReader::~ZstdFileReader() { t_decoders.giveBack(m_stream); }
 
 bool ZstdFileReader::refill() {
-    if (m_left == 0) return false;
-    std::size_t want = std::size_t(std::min<std::uint64_t>(m_left, m_in.size()));
-    ssize_t got;
-    do got = pread(m_fd, m_in.data(), want, off_t(m_offset));
-    while (got < 0 && errno == EINTR);
-    if (got <= 0) return false;
-    m_offset += std::uint64_t(got);
-    m_left -= std::uint64_t(got);
-    m_input = {m_in.data(), std::size_t(got), 0};
-    return true;
+    std::size_t const got = readInput();
+    m_input = {m_in.data(), got, 0};
+    return got > 0;
 }
 
 std::size_t ZstdFileReader::readSome(void* out, std::size_t size) {
     ZSTD_outBuffer output{out, size, 0};
     while (output.pos == 0 && size > 0) {
         // With the input all read, a call with none still gives out what the decoder holds.
-        if (m_input.pos == m_input.size && m_left > 0 && !refill()) return 0;
+        if (m_input.pos == m_input.size && inputLeft() > 0 && !refill()) return 0;
         m_lastResult = ZSTD_decompressStream(m_stream, &output, &m_input);
         if (ZSTD_isError(m_lastResult)) return 0;
-        if (output.pos == 0 && m_input.pos == m_input.size && m_left == 0) return 0;
+        if (output.pos == 0 && m_input.pos == m_input.size && inputLeft() == 0) return 0;
     }
     return output.pos;
 }
@@ -96,7 +85,7 @@ bool ZstdFileReader::finished() {
         m_lastResult = ZSTD_decompressStream(m_stream, &output, &m_input);
         if (ZSTD_isError(m_lastResult) || output.pos != 0) return false;
     }
-    return m_input.pos == m_input.size && m_left == 0;
+    return m_input.pos == m_input.size && inputLeft() == 0;
 }
 
 } // namespace Refloom::Patch

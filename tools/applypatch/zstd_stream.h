@@ -19,8 +19,6 @@ class ZstdFileReader : public StreamReader {
 public:
     ZstdFileReader(int fd, std::uint64_t offset, std::uint64_t size);
     ~ZstdFileReader() override;
-    ZstdFileReader(ZstdFileReader const&) = delete;
-    ZstdFileReader& operator=(ZstdFileReader const&) = delete;
 
     std::size_t readSome(void* out, std::size_t size) override;
     bool finished() override;
@@ -28,11 +26,7 @@ public:
 private:
     bool refill();
 
-    int m_fd;
-    std::uint64_t m_offset;
-    std::uint64_t m_left;
     ZSTD_DStream* m_stream;
-    std::string m_in;
     ZSTD_inBuffer m_input{nullptr, 0, 0};
     std::size_t m_lastResult = 1;
 };
