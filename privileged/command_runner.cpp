@@ -63,12 +63,12 @@ HelperClient::Result CommandRunner::runAsAdmin(QString const& tool, QStringList 
     std::optional<HelperProtocol::Request> const request = m_tools.request(tool, arguments);
     if (!request) {
         m_log.logMessage(QStringLiteral("Not an operation the privileged helper carries out: %1").arg(tool));
-        return {HelperProtocol::kDenied, {}};
+        return {HelperProtocol::kDenied, 1, {}};
     }
     if (!m_helper->isRunning()) {
         m_log.logMessage(QStringLiteral("The privileged helper has ended; asking for administrator rights again"));
         dethenticate();
-        if (!authenticate()) return {0, {}};  // refused: as for the first question. Intended.
+        if (!authenticate()) return {0, 0, {}};  // refused: as for the first question. Intended.
     }
     HelperClient::Result result = m_helper->run(*request);
     if (result.status == HelperProtocol::kDenied) m_log.logOutput(result.output);
@@ -81,7 +81,17 @@ int CommandRunner::launchApp(QString const& tool, Params const& params) {
     return status;
 }
 
+void CommandRunner::noteRootExit(HelperClient::Result const& result, QString const& command, Params const& params) {
+    m_lastRootExit = result.status == 0 ? std::optional<int>(result.exitStatus) : std::nullopt;
+    // The launch's status is what callers are answered; the log also says how the run ended.
+    if (result.status == 0 && result.exitStatus != 0)
+        m_log.logMessage(QStringLiteral("The administrator run failed: %1 %2 Exit status: %3")
+                             .arg(command, joined(params))
+                             .arg(result.exitStatus));
+}
+
 int CommandRunner::launchRootApp(QString const& tool, Params const& params) {
+    m_lastRootExit.reset();
     if (!authenticate()) return 0;  // refused: reported as success, nothing logged. Intended.
     HelperClient::Result result = runAsAdmin(tool, params.value_or(QStringList()));
     if (m_authorization != Authorization::granted) return 0;  // a new question was refused
@@ -92,6 +102,7 @@ int CommandRunner::launchRootApp(QString const& tool, Params const& params) {
         m_log.logMessage(QStringLiteral("Failed to authenticate: %1 Result: %2").arg(tool).arg(result.status));
     }
     m_log.logMessage(QStringLiteral("Running as admin: %1 %2 Result: %3").arg(tool, joined(params)).arg(result.status));
+    noteRootExit(result, tool, params);
     return result.status;
 }
 
@@ -104,6 +115,7 @@ int CommandRunner::systemCallWithLog(QString const& command, Params const& param
     int const user = runCapturing(full, arguments, true, keepPainted, [&](QByteArray const& chunk) { lines.take(chunk); }).status;
     lines.finish();
     m_log.logMessage(QStringLiteral("Run as user: %1 %2 Result: %3").arg(command, joined(params)).arg(user));
+    m_lastRootExit.reset();
     if (user == 0 || justUser || !authenticate()) return user;
 
     HelperClient::Result admin = runAsAdmin(full, arguments);
@@ -113,6 +125,7 @@ int CommandRunner::systemCallWithLog(QString const& command, Params const& param
     else
         m_log.logMessage(QStringLiteral("Failed to authenticate: %1 Result: %2").arg(full).arg(admin.status));
     m_log.logMessage(QStringLiteral("Run as admin: %1 %2 Result: %3").arg(command, joined(params)).arg(admin.status));
+    noteRootExit(admin, command, params);
     return admin.status;
 }
 

@@ -44,11 +44,16 @@ public:
     // says about administrator rights (none when no step needed them).
     Authorization lastAnswer() const { return m_lastAnswer; }
     ToolTable const& tools() const { return m_tools; }
+    // How the last administrator run ended, as its tool's exit status; none when the last call
+    // ran nothing as administrator (refused, or no rights needed).
+    std::optional<int> exitOfLastRootRun() const { return m_lastRootExit; }
 
     // The tool's exit status. Raises LaunchError when it cannot be started.
     int launchApp(QString const& tool, Params const& params);
-    // The status of the privileged launch: 0 when the tool was run. A refused authorization
-    // answers 0 without running anything, so a failed user attempt then counts as done. Intended.
+    // The status of the privileged launch: 0 when the tool was run, whatever its own exit
+    // status, which exitOfLastRootRun() tells and the log records when it is not 0. A refused
+    // authorization answers 0 without running anything, so a failed user attempt then counts as
+    // done. Intended.
     // The command must be one the helper knows (a tool row, a resource script, the patch tool);
     // anything else, and anything outside the helper's policy, answers HelperProtocol::kDenied.
     int launchRootApp(QString const& tool, Params const& params);
@@ -68,6 +73,8 @@ public:
 private:
     // The helper's answer for the command, starting a new helper when the last one died.
     HelperClient::Result runAsAdmin(QString const& tool, QStringList const& arguments);
+    // Records how an administrator run ended, with a log line when it failed.
+    void noteRootExit(HelperClient::Result const& result, QString const& command, Params const& params);
 
     InstallerLog& m_log;
     Setup m_setup;
@@ -75,6 +82,7 @@ private:
     Authorization m_authorization = Authorization::none;
     Authorization m_lastAnswer = Authorization::none;
     std::unique_ptr<HelperClient> m_helper;
+    std::optional<int> m_lastRootExit;
 };
 
 // The printed form of an argument list: "(null)" for none, else one item a line in brackets.

@@ -1,6 +1,7 @@
 #include "privileged/helper_client.h"
 
 #include <poll.h>
+#include <sys/prctl.h>
 #include <signal.h>
 #include <spawn.h>
 #include <sys/socket.h>
@@ -24,6 +25,21 @@ constexpr char kPkexec[] = "/usr/bin/pkexec";
 void reap(pid_t pid) {
     while (waitpid(pid, nullptr, 0) < 0 && errno == EINTR) {
     }
+}
+
+// The channels this process holds, and whether it was dumpable before the first.
+int gChannels = 0;
+int gWasDumpable = 1;
+
+void holdChannel() {
+    if (gChannels++ == 0) {
+        gWasDumpable = prctl(PR_GET_DUMPABLE);
+        prctl(PR_SET_DUMPABLE, 0);
+    }
+}
+
+void releaseChannel() {
+    if (--gChannels == 0 && gWasDumpable > 0) prctl(PR_SET_DUMPABLE, gWasDumpable);
 }
 
 } // namespace
@@ -67,9 +83,19 @@ std::unique_ptr<HelperClient> HelperClient::spawn(QStringList const& command, st
     argv.push_back(nullptr);
 
     // A socket cannot be opened again through /proc, as a pipe can: only this process and the
-    // helper ever hold the channel.
+    // helper ever hold the channel. The kernel names the sender of all that arrives on it.
+    holdChannel();
     int ends[2];
-    if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) return nullptr;
+    if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) {
+        releaseChannel();
+        return nullptr;
+    }
+    if (!HelperProtocol::passCredentials(ends[0])) {
+        close(ends[0]);
+        close(ends[1]);
+        releaseChannel();
+        return nullptr;
+    }
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, ends[1], 0);
@@ -80,21 +106,27 @@ std::unique_ptr<HelperClient> HelperClient::spawn(QStringList const& command, st
     close(ends[1]);
     if (spawned != 0) {
         close(ends[0]);
+        releaseChannel();
         return nullptr;
     }
     std::unique_ptr<HelperClient> client(new HelperClient(pid, ends[0], keepPainted));
     std::string greeting;
-    // The user answers the elevation prompt meanwhile; the window keeps painting.
-    if (!client->awaitInput() || !HelperProtocol::readFrame(ends[0], greeting, 64)) return nullptr;
-    std::optional<std::uint32_t> user = HelperProtocol::decodeGreeting(greeting);
-    if (!user) return nullptr;
-    effectiveUser = *user;
+    // The user answers the elevation prompt meanwhile; the window keeps painting. What the
+    // greeting says of its user counts for nothing: the kernel's word does.
+    if (!client->awaitInput() || !HelperProtocol::readFrame(ends[0], greeting, 64, nullptr, &client->m_helper) ||
+        !HelperProtocol::decodeGreeting(greeting))
+        return nullptr;
+    effectiveUser = client->m_helper.uid;
     return client;
 }
+
+HelperClient::HelperClient(pid_t pid, int channel, std::function<void()> keepPainted)
+    : m_pid(pid), m_channel(channel), m_keepPainted(std::move(keepPainted)) {}
 
 HelperClient::~HelperClient() {
     close(m_channel);
     if (m_pid > 0) reap(m_pid);
+    releaseChannel();
 }
 
 bool HelperClient::awaitInput() {
@@ -118,19 +150,21 @@ bool HelperClient::isRunning() {
 
 HelperClient::Result HelperClient::run(HelperProtocol::Request const& request) {
     std::optional<std::string> const body = HelperProtocol::encodeRequest(m_lastNumber + 1, request);
-    if (!body) return {HelperProtocol::kDenied, "the request is too large to send\n"};
-    if (m_broken) return {HelperProtocol::kExecuteFailed, {}};
+    if (!body) return {HelperProtocol::kDenied, 1, "the request is too large to send\n"};
+    if (m_broken) return {HelperProtocol::kExecuteFailed, 1, {}};
     ++m_lastNumber;
     std::string answer;
     std::optional<HelperProtocol::Reply> reply;
+    ucred sender{};
     if (HelperProtocol::writeFrame(m_channel, *body) && awaitInput() &&
-        HelperProtocol::readFrame(m_channel, answer, HelperProtocol::kMaxReply))
+        HelperProtocol::readFrame(m_channel, answer, HelperProtocol::kMaxReply, nullptr, &sender) &&
+        sender.pid == m_helper.pid && sender.uid == m_helper.uid)
         reply = HelperProtocol::decodeReply(answer);
     if (!reply || reply->number != m_lastNumber) {
         m_broken = true;
-        return {HelperProtocol::kExecuteFailed, {}};
+        return {HelperProtocol::kExecuteFailed, 1, {}};
     }
-    return {reply->status, QByteArray::fromStdString(reply->output)};
+    return {reply->status, reply->exitStatus, QByteArray::fromStdString(reply->output)};
 }
 
 } // namespace Refloom

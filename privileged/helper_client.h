@@ -1,6 +1,8 @@
 // The program's end of the privileged helper: starts it through the platform's elevation on a
-// socket pair that only this process holds, believes it only when it says it runs as root, and
-// asks it for named operations.
+// socket pair that only this process holds, believes it runs as root only when the kernel says
+// so of its greeting, and asks it for named operations. While it holds the channel the process
+// is not dumpable, so no other process of the user may take the channel from it (through
+// ptrace or pidfd_getfd) or look into it.
 #pragma once
 
 #include <QByteArray>
@@ -19,8 +21,9 @@ namespace Refloom {
 class HelperClient {
 public:
     struct Result {
-        int status;         // 0: the tool ran; otherwise why it could not (HelperProtocol)
-        QByteArray output;  // its standard output and error
+        int status;         // 0: the operation was carried out; otherwise why not (HelperProtocol)
+        int exitStatus;     // how it ended, as a tool's exit status (0 done)
+        QByteArray output;  // what went wrong, or a tool's standard output and error
     };
     struct Started {
         std::unique_ptr<HelperClient> client;  // null when refused
@@ -36,8 +39,9 @@ public:
     // meanwhile. Refused unless the elevation worked and the helper runs as root.
     static Started start(QString const& helperPath, QStringList const& arguments,
                          std::function<void()> const& keepPainted);
-    // Starts `command` as it is and takes whatever user it reports in `effectiveUser`: for
-    // callers that check the user themselves, and for tests. Null when it does not greet.
+    // Starts `command` as it is and answers in `effectiveUser` the user the kernel says sent the
+    // greeting: for callers that check the user themselves, and for tests. Null when it does
+    // not greet. Every later reply must come from the same process.
     static std::unique_ptr<HelperClient> spawn(QStringList const& command, std::function<void()> const& keepPainted,
                                                std::uint32_t& effectiveUser);
 
@@ -53,12 +57,12 @@ public:
     bool isRunning();
 
 private:
-    HelperClient(pid_t pid, int channel, std::function<void()> keepPainted)
-        : m_pid(pid), m_channel(channel), m_keepPainted(std::move(keepPainted)) {}
+    HelperClient(pid_t pid, int channel, std::function<void()> keepPainted);
     bool awaitInput();
 
     pid_t m_pid;
     int m_channel;
+    ucred m_helper{};  // the greeting's sender, as the kernel named it
     std::function<void()> m_keepPainted;
     std::uint32_t m_lastNumber = 0;
     bool m_broken = false;

@@ -50,6 +50,34 @@ bool transfer(int fd, char* bytes, size_t size, bool writing) {
     return true;
 }
 
+// Reads `size` bytes, each piece of which the kernel says `sender` wrote; the first piece sets
+// `sender` when `known` is false. The kernel never joins the writes of two senders in one read.
+bool receive(int fd, char* bytes, size_t size, ucred& sender, bool& known) {
+    while (size > 0) {
+        iovec piece{bytes, size};
+        alignas(cmsghdr) char control[CMSG_SPACE(sizeof(ucred))];
+        msghdr message{};
+        message.msg_iov = &piece;
+        message.msg_iovlen = 1;
+        message.msg_control = control;
+        message.msg_controllen = sizeof control;
+        ssize_t const n = ::recvmsg(fd, &message, MSG_CMSG_CLOEXEC);
+        if (n < 0 && errno == EINTR) continue;
+        if (n <= 0 || (message.msg_flags & MSG_CTRUNC) != 0) return false;
+        cmsghdr const* header = CMSG_FIRSTHDR(&message);
+        if (!header || header->cmsg_level != SOL_SOCKET || header->cmsg_type != SCM_CREDENTIALS ||
+            header->cmsg_len != CMSG_LEN(sizeof(ucred)))
+            return false;
+        ucred from;
+        std::memcpy(&from, CMSG_DATA(header), sizeof from);
+        if (!known) sender = from, known = true;
+        if (from.pid != sender.pid || from.uid != sender.uid || from.gid != sender.gid) return false;
+        bytes += n;
+        size -= size_t(n);
+    }
+    return true;
+}
+
 } // namespace
 
 std::optional<std::string> encodeRequest(std::uint32_t number, Request const& request) {
@@ -84,6 +112,7 @@ std::string encodeReply(Reply const& reply) {
     std::string body;
     put(body, reply.number);
     put(body, reply.status);
+    put(body, reply.exitStatus);
     std::string const output = reply.output.substr(0, kMaxOutput);
     put(body, std::uint32_t(output.size()));
     return body + output;
@@ -92,7 +121,8 @@ std::string encodeReply(Reply const& reply) {
 std::optional<Reply> decodeReply(std::string const& body) {
     Cursor in(body);
     Reply reply{};
-    if (!in.get(reply.number) || !in.get(reply.status) || !in.get(reply.output, kMaxOutput) || !in.atEnd())
+    if (!in.get(reply.number) || !in.get(reply.status) || !in.get(reply.exitStatus) || !in.get(reply.output, kMaxOutput) ||
+        !in.atEnd())
         return std::nullopt;
     return reply;
 }
@@ -118,7 +148,7 @@ bool writeFrame(int fd, std::string const& body) {
     return transfer(fd, frame.data(), frame.size(), true);
 }
 
-bool readFrame(int fd, std::string& body, std::uint32_t limit, bool* closed) {
+bool readFrame(int fd, std::string& body, std::uint32_t limit, bool* closed, ucred* sender) {
     std::uint32_t length = 0;
     if (closed) {
         char first;
@@ -127,9 +157,18 @@ bool readFrame(int fd, std::string& body, std::uint32_t limit, bool* closed) {
         }
         *closed = n == 0;
     }
-    if (!transfer(fd, reinterpret_cast<char*>(&length), sizeof length, false) || length > limit) return false;
+    bool known = false;
+    auto read = [&](char* bytes, size_t size) {
+        return sender ? receive(fd, bytes, size, *sender, known) : transfer(fd, bytes, size, false);
+    };
+    if (!read(reinterpret_cast<char*>(&length), sizeof length) || length > limit) return false;
     body.resize(length);
-    return transfer(fd, body.data(), length, false);
+    return read(body.data(), length);
+}
+
+bool passCredentials(int fd) {
+    int const on = 1;
+    return setsockopt(fd, SOL_SOCKET, SO_PASSCRED, &on, sizeof on) == 0;
 }
 
 } // namespace Refloom::HelperProtocol

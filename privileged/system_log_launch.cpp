@@ -47,12 +47,14 @@ int launchApplicationAsRoot(AuthorizationRef authorization, QString const& helpe
     // the helper's own bundle.
     ToolTable const tools(QDir::cleanPath(QFileInfo(helperPath).path() + QStringLiteral("/../Resources")));
     std::optional<HelperProtocol::Request> const request = tools.request(tool, params.value_or(QStringList()));
-    HelperClient::Result const result = request ? authorization->run(*request) : HelperClient::Result{HelperProtocol::kDenied, {}};
+    HelperClient::Result const result = request ? authorization->run(*request) : HelperClient::Result{HelperProtocol::kDenied, 1, {}};
     if (result.status == 0)
         std::fwrite(result.output.constData(), 1, size_t(result.output.size()), stderr);
     else
         systemLog(QStringLiteral("Failed to authenticate: %1 Result: %2").arg(tool).arg(result.status));
     systemLog(QStringLiteral("Running as root: %1 %2 Result: %3").arg(tool, joined(params)).arg(result.status));
+    if (result.status == 0 && result.exitStatus != 0)
+        systemLog(QStringLiteral("The administrator run failed: %1 %2 Exit status: %3").arg(tool, joined(params)).arg(result.exitStatus));
     return result.status;
 }
 

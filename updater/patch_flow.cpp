@@ -88,7 +88,8 @@ bool PatchFlow::patchRefloom(QString const& folder, bool justTesting) {
     int const launched = m_context.runner.launchRootApp(tool(), arguments);
     copy->administrator = m_context.runner.authorization() == CommandRunner::Authorization::granted;
     copy->versionAfter = version(folder);
-    copy->patched = launched == 0;
+    // The launch's status drives the flow; the report tells whether the tool itself succeeded.
+    copy->patched = launched == 0 && m_context.runner.exitOfLastRootRun() == 0;
     if (launched != 0) return true;
 
     if (m_hooks.installWordMode) {

@@ -71,14 +71,4 @@ std::optional<Pinned> pin(std::string const& path, std::string& why) {
     return pinned;
 }
 
-std::optional<Fd> openItem(Pinned const& item, std::string& why) {
-    Fd fd(openat(item.parent.get(), item.name.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
-    struct stat info;
-    if (!fd || fstat(fd.get(), &info) != 0 || S_ISLNK(info.st_mode)) {
-        why = "missing, or a link, which is never followed with administrator rights: " + item.path;
-        return std::nullopt;
-    }
-    return fd;
-}
-
 } // namespace Refloom::Helper

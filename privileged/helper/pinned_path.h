@@ -1,7 +1,7 @@
 // A path the helper has checked and holds on to: resolved one component at a time from "/"
 // without following any link, its parent folder kept open, so that whatever is swapped in
-// along the path afterwards changes nothing. Tools are handed "/proc/self/fd/N/name" (the item
-// by name inside the pinned folder) or "/proc/self/fd/N" (the pinned item itself).
+// along the path afterwards changes nothing. The helper then acts on the item by its name
+// inside that folder (the *at calls); a tool it runs is handed "/proc/self/fd/N/name".
 #pragma once
 
 #include <sys/stat.h>
@@ -46,10 +46,6 @@ struct Pinned {
 // Pins `path`: refused (none, with the reason) when it is not clean, or when any folder on the
 // way is a link, missing or not a folder. The item itself may be missing or a link.
 std::optional<Pinned> pin(std::string const& path, std::string& why);
-
-// Opens the pinned item itself (never through a link): for tools that must act on exactly
-// what was checked. Refused for a link or a missing item.
-std::optional<Fd> openItem(Pinned const& item, std::string& why);
 
 // "/proc/self/fd/N".
 std::string descriptorPath(int fd);

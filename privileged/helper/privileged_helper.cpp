@@ -3,6 +3,8 @@
 // talks only over the socket pair of the process that started it and exits when that closes
 // or when a frame is malformed.
 //   rf-privileged-helper [--root DIR --home DIR]
+// The greeting goes out with the ids the helper will act with; the program believes those only
+// as the kernel reports them with the frame.
 #include <fcntl.h>
 #include <pwd.h>
 #include <signal.h>
@@ -18,6 +20,7 @@
 #include <string>
 
 #include "privileged/helper/helper_operations.h"
+#include "privileged/helper/user_ids.h"
 #include "privileged/helper_protocol.h"
 
 using namespace Refloom;
@@ -44,9 +47,9 @@ pid_t parentOf(pid_t pid) {
     return parent;
 }
 
-// The user on the other end of the channel, which must be a socket held by the process that
+// The process on the other end of the channel, which must be a socket made by the process that
 // started us (directly, or through the elevation tool and its monitor).
-uid_t peerOfChannel() {
+ucred peerOfChannel() {
     struct stat info;
     int type = 0;
     socklen_t length = sizeof type;
@@ -58,7 +61,7 @@ uid_t peerOfChannel() {
     if (getsockopt(0, SOL_SOCKET, SO_PEERCRED, &peer, &length) != 0) fail("cannot tell who is on the channel");
     pid_t ancestor = getppid();
     for (int level = 0; level < 4 && ancestor > 1; ++level, ancestor = parentOf(ancestor))
-        if (ancestor == peer.pid) return peer.uid;
+        if (ancestor == peer.pid) return peer;
     fail("the channel belongs to a process that did not start the helper");
 }
 
@@ -90,21 +93,43 @@ PolicyFile readPolicy(std::string const& contents, uid_t owner) {
     return *policy;
 }
 
-// A system root may only be a folder of the requesting user's own: everything the helper does
-// there stays in that user's tree.
-void checkSandbox(std::string const& root, std::string const& home, uid_t user) {
+// A system root that only root can have laid out: root's, writable by root alone, with no link
+// on its way and only folders of root's on its way that nobody else may rename entries of.
+bool laidOutByRoot(std::string const& root) {
+    for (size_t end = root.find('/', 1);; end = root.find('/', end + 1)) {
+        std::string why;
+        std::optional<Pinned> step = pin(root.substr(0, end), why);
+        if (!step || !step->isFolder() || step->info.st_uid != 0) return false;
+        bool const last = end == std::string::npos;
+        mode_t const mode = step->info.st_mode;
+        if ((mode & (S_IWGRP | S_IWOTH)) != 0 && (last || (mode & S_ISVTX) == 0)) return false;
+        if (last) return true;
+    }
+}
+
+// A system root is the user's own, or one only root may change (as the tests' is). One of the
+// user's own gives the helper nothing: it answers true, and the helper takes on the user's ids
+// for good. Root asking for a root of its own is given nothing new either way.
+bool sandboxGivesNothing(std::string const& root, std::string const& home, uid_t user) {
+    if (!isWithin(home, root, true) || !isCleanAbsolute(home)) fail("the home folder must lie in the system root");
     std::string why;
     std::optional<Pinned> pinned = pin(root, why);
-    if (!pinned || !pinned->isFolder() || pinned->info.st_uid != user)
-        fail("the system root must be a folder of the user's own, with no link on its way: " + root);
-    if (!isWithin(home, root, true) || !isCleanAbsolute(home)) fail("the home folder must lie in the system root");
+    if (!pinned || !pinned->isFolder()) fail("the system root must be a folder with no link on its way: " + root);
+    if (user == 0) return false;
+    if (pinned->info.st_uid == user) return true;
+    if (!laidOutByRoot(root)) fail("the system root must be the user's own or one only root may change: " + root);
+    return false;
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
     signal(SIGPIPE, SIG_IGN);
-    uid_t const user = peerOfChannel();
+    umask(022);
+    ucred const peer = peerOfChannel();
+    // From here on the kernel names the sender of every request.
+    if (!HelperProtocol::passCredentials(0)) fail("cannot tell who writes on the channel");
+    UserIds const user = UserIds::of(peer.uid, peer.gid);
     std::string root, home;
     for (int i = 1; i + 1 < argc; i += 2) {
         std::string const option = argv[i];
@@ -112,9 +137,9 @@ int main(int argc, char** argv) {
     }
     if (argc % 2 == 0) fail("usage: rf-privileged-helper [--root DIR --home DIR]");
     if (!root.empty()) {
-        checkSandbox(root, home, user);
+        if (sandboxGivesNothing(root, home, user.uid) && !becomeUser(user)) fail("cannot take on the user's ids");
     } else {
-        passwd const* account = getpwuid(user);
+        passwd const* account = getpwuid(user.uid);
         if (!account || !account->pw_dir) fail("the requesting user has no home folder");
         home = account->pw_dir;
     }
@@ -126,11 +151,14 @@ int main(int argc, char** argv) {
     std::string body;
     bool closed = false;
     for (std::uint32_t expected = 1;; ++expected) {
-        if (!HelperProtocol::readFrame(0, body, HelperProtocol::kMaxRequest, &closed)) return closed ? 0 : 2;
+        ucred sender{};
+        if (!HelperProtocol::readFrame(0, body, HelperProtocol::kMaxRequest, &closed, &sender)) return closed ? 0 : 2;
+        // Only the process that started the helper may ask: not one that took the channel.
+        if (sender.pid != peer.pid || sender.uid != peer.uid) return 2;
         auto request = HelperProtocol::decodeRequest(body);
         if (!request || request->first != expected) return 2;  // out of step: trust nothing more
         Outcome const outcome = carryOut(context, request->second);
-        if (!HelperProtocol::writeFrame(1, HelperProtocol::encodeReply({expected, outcome.status, outcome.output})))
+        if (!HelperProtocol::writeFrame(1, HelperProtocol::encodeReply({expected, outcome.status, outcome.exitStatus, outcome.output})))
             return 1;
     }
 }

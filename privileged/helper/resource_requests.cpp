@@ -9,6 +9,7 @@
 #include <memory>
 
 #include "privileged/helper/product_check.h"
+#include "privileged/helper/tree_walk.h"
 
 namespace Refloom::Helper {
 namespace {
@@ -30,6 +31,23 @@ std::string sha256Of(int fd) {
     return text;
 }
 
+// Nobody but root may change a folder it owns and alone may write.
+bool rootsAlone(struct stat const& info) { return info.st_uid == 0 && (info.st_mode & (S_IWGRP | S_IWOTH)) == 0; }
+
+// True when nobody but root may change the copy: its folder, the folder that holds it and
+// every folder inside it are root's alone, so no name in it can be swapped while a tool walks
+// it by path. Files may be anyone's: their content is checked before it is used.
+bool onlyRootMayChange(Pinned const& folder) {
+    struct stat info;
+    if (fstat(folder.parent.get(), &info) != 0 || !rootsAlone(info)) return false;
+    Fd const opened = openFolder(folder.parent.get(), folder.name);
+    if (!opened || fstat(opened.get(), &info) != 0 || !rootsAlone(info)) return false;
+    std::string ignored;
+    return walkBelow(opened.get(), folder.path, [](int, std::string const&, struct stat const& entry, std::string const&) {
+        return !S_ISDIR(entry.st_mode) || rootsAlone(entry);
+    }, ignored);
+}
+
 } // namespace
 
 Command scriptCommand(Context const& c, std::vector<std::string> const& operands, std::vector<Fd>& held) {
@@ -40,7 +58,9 @@ Command scriptCommand(Context const& c, std::vector<std::string> const& operands
     Fd script = openResource(c, name, O_RDONLY);
     if (sha256Of(script.get()) != listed->second) throw Refusal{"the script is not the one the bundle lists: " + name};
     // Run as opened: the interpreter reads the very file that was hashed.
-    Command command{descriptorPath(script.get()), false, {operands.begin() + 1, operands.end()}};
+    Command command;
+    command.tool = descriptorPath(script.get());
+    command.arguments.assign(operands.begin() + 1, operands.end());
     held.push_back(std::move(script));
     return command;
 }
@@ -65,7 +85,14 @@ Command patchCommand(Context const& c, std::vector<std::string> const& in, std::
     if (!c.policy.inApplicationFolders(folder->path) || !holdsProduct(c.policy.file(), folder->path))
         throw Refusal{"not a folder that holds a copy of the product: " + in[1]};
 
-    Command command{HelperProtocol::kPatchTool, true, {"-d", folder->byName(), "-i", descriptorPath(patch.get())}};
+    // A copy that someone else may change is patched with the user's rights, never root's: the
+    // tool walks it by path.
+    Command command;
+    command.tool = HelperProtocol::kPatchTool;
+    command.fromResources = true;
+    command.arguments = {"-d", folder->byName(), "-i", descriptorPath(patch.get())};
+    command.asUser = !onlyRootMayChange(*folder);
+    command.shownAs = {{command.arguments[1], in[1]}, {command.arguments[3], in[3]}};
     command.arguments.insert(command.arguments.end(), flags.begin(), flags.end());
     held.push_back(std::move(folder->parent));
     held.push_back(std::move(patch));

@@ -37,11 +37,11 @@ Launched launch(Command const& command, Context const& context, std::vector<Fd> 
     if (tool) inherited.push_back(tool.get());
 
     int out[2], failure[2];
-    if (pipe2(out, O_CLOEXEC) != 0) return {false, HelperProtocol::kExecuteFailed, {}};
+    if (pipe2(out, O_CLOEXEC) != 0) return {false, 127, {}};
     if (pipe2(failure, O_CLOEXEC) != 0) {
         close(out[0]);
         close(out[1]);
-        return {false, HelperProtocol::kExecuteFailed, {}};
+        return {false, 127, {}};
     }
     pid_t const child = fork();
     if (child == 0) {
@@ -50,6 +50,7 @@ Launched launch(Command const& command, Context const& context, std::vector<Fd> 
         dup2(out[1], 1);
         dup2(out[1], 2);
         for (int fd : inherited) fcntl(fd, F_SETFD, 0);
+        if (command.asUser && !becomeUser(context.user)) _exit(126);
         execve(argv[0], argv.data(), environment);
         int error = errno;
         ssize_t ignored = write(failure[1], &error, sizeof error);
@@ -72,10 +73,16 @@ Launched launch(Command const& command, Context const& context, std::vector<Fd> 
         output.append(buffer, std::min(room, size_t(n)));
     }
     close(out[0]);
+    int status = 0;
     if (child > 0)
-        while (waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
+        while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
         }
-    return {started, started ? 0 : HelperProtocol::kExecuteFailed, output};
+    for (auto const& [descriptor, shown] : command.shownAs)
+        for (size_t at = 0; (at = output.find(descriptor, at)) != std::string::npos; at += shown.size())
+            output.replace(at, descriptor.size(), shown);
+    // As the Mac's task API reports a termination status: the exit status, or the signal.
+    int const exitStatus = !started ? 127 : WIFEXITED(status) ? WEXITSTATUS(status) : WIFSIGNALED(status) ? WTERMSIG(status) : 1;
+    return {started, exitStatus, output};
 }
 
 } // namespace Refloom::Helper

@@ -1,10 +1,12 @@
-// Running one tool for the helper: by absolute path, or a file of the bundle's resources
-// opened once and run as opened; a clean environment, no shell, the checked descriptors
-// handed down so the tool's "/proc/self/fd/N" paths mean what was checked.
+// Running a file of the bundle for the helper (a resource script, the patch tool): opened once
+// and run as opened, with a clean environment, no shell, the checked descriptors handed down
+// so the tool's "/proc/self/fd/N" paths mean what was checked; with root's rights, or with the
+// requesting user's when the work is on what the user may change anyway.
 #pragma once
 
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "privileged/helper/helper_operations.h"
@@ -12,21 +14,20 @@
 
 namespace Refloom::Helper {
 
-// Why a request is not carried out; it reaches the program as the reply's output.
-struct Refusal {
-    std::string why;
-};
-
 struct Command {
     std::string tool;          // absolute, or a name in the resources when `fromResources`
     bool fromResources = false;
     std::vector<std::string> arguments;
+    bool asUser = false;       // run with the requesting user's ids, not root's
+    // Descriptor paths among the arguments, each with the path it stands for: the tool's
+    // output names the paths the program asked for, never "/proc/self/fd/N".
+    std::vector<std::pair<std::string, std::string>> shownAs;
 };
 
 struct Launched {
     bool started;
-    std::int32_t status;  // 0 when started, else HelperProtocol's reason
-    std::string output;   // standard output and error, merged
+    std::int32_t exitStatus;  // the tool's exit status, or the number of the signal that ended it
+    std::string output;       // standard output and error, merged
 };
 
 // Refuses (Refusal) a resource file that is not a regular file owned by the bundle's owner

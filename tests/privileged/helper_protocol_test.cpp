@@ -1,4 +1,7 @@
 #include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include "privileged/helper_protocol.h"
 
@@ -15,10 +18,11 @@ TEST(HelperProtocol, RequestsAndRepliesRoundTrip) {
     EXPECT_EQ(decoded->second.operation, FileTool::rename);
     EXPECT_EQ(decoded->second.operands, request.operands);
 
-    auto reply = decodeReply(encodeReply({3, -60005, "why\n"}));
+    auto reply = decodeReply(encodeReply({3, 0, 9, "why\n"}));
     ASSERT_TRUE(reply);
     EXPECT_EQ(reply->number, 3u);
-    EXPECT_EQ(reply->status, -60005);
+    EXPECT_EQ(reply->status, 0);
+    EXPECT_EQ(reply->exitStatus, 9);
     EXPECT_EQ(reply->output, "why\n");
     EXPECT_EQ(decodeGreeting(encodeGreeting(0)), std::optional<std::uint32_t>(0));
 }
@@ -35,4 +39,30 @@ TEST(HelperProtocol, NothingIsSentOrTakenThatBreaksALimit) {
     badOperation[4] = char(kFileToolCount);
     EXPECT_FALSE(decodeRequest(badOperation));
     EXPECT_FALSE(decodeGreeting(encodeGreeting(0) + "x"));
+}
+
+TEST(HelperProtocol, AFrameIsTakenOnlyWhenTheKernelNamesOneSenderForAllOfIt) {
+    int ends[2];
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);
+    ASSERT_TRUE(passCredentials(ends[0]));
+    std::string const frame = std::string("\x04\0\0\0", 4) + "body";
+    auto sendFromChild = [&](std::string const& bytes) {
+        pid_t const child = fork();
+        if (child == 0) _exit(write(ends[1], bytes.data(), bytes.size()) == ssize_t(bytes.size()) ? 0 : 1);
+        waitpid(child, nullptr, 0);
+        return child;
+    };
+    pid_t const child = sendFromChild(frame);
+    std::string body;
+    ucred sender{};
+    ASSERT_TRUE(readFrame(ends[0], body, 64, nullptr, &sender));
+    EXPECT_EQ(body, "body");
+    EXPECT_EQ(sender.pid, child);
+    EXPECT_EQ(sender.uid, getuid());
+    // Its length from one process, its body from another: a frame of two senders is refused.
+    ASSERT_EQ(write(ends[1], frame.data(), 4), 4);
+    sendFromChild("body");
+    EXPECT_FALSE(readFrame(ends[0], body, 64, nullptr, &sender));
+    close(ends[0]);
+    close(ends[1]);
 }

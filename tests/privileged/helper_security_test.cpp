@@ -100,6 +100,7 @@ TEST(PrivilegedHelper, CarriesOutEachOperationInsideItsPolicy) {
     auto ok = [&](FileTool operation, std::vector<std::string> const& operands) {
         HelperClient::Result const result = helper->run({operation, operands});
         EXPECT_EQ(result.status, 0) << int(operation) << " " << result.output.toStdString();
+        EXPECT_EQ(result.exitStatus, 0) << int(operation) << " " << result.output.toStdString();
         return result.output;
     };
     std::string const deep = b.spotlight + "/a/b c";
@@ -120,20 +121,29 @@ TEST(PrivilegedHelper, CarriesOutEachOperationInsideItsPolicy) {
     ok(FileTool::copy, {b.resources + "/ok.sh", b.root + "/Library/Word/Addin.bundle"});
     EXPECT_TRUE(fs::exists(b.root + "/Library/Word/Addin.bundle"));
     if (geteuid() == 0) {
+        // Root's own items are handed to root's group; nobody's item becomes root's.
         std::string const owned = b.root + "/Library/Owned/Ext";
         fs::create_directories(owned);
         b.scratch.write("root/Library/Owned/Ext/f.json", "{}");
-        ASSERT_EQ(lchown((owned + "/f.json").c_str(), 65534, 65534), 0);
+        ASSERT_EQ(lchown((owned + "/f.json").c_str(), 0, 65534), 0);
         ok(FileTool::change_owner_tree, {owned});
         struct stat info;
         ASSERT_EQ(lstat((owned + "/f.json").c_str(), &info), 0);
-        EXPECT_EQ(info.st_uid, 0u);  // the walk went inside
+        EXPECT_EQ(info.st_gid, 0u);  // the walk went inside
+        ASSERT_EQ(lchown((owned + "/f.json").c_str(), 65534, 65534), 0);
+        HelperClient::Result const given = helper->run({FileTool::change_owner_tree, {owned}});
+        EXPECT_EQ(given.exitStatus, 1);
+        ASSERT_EQ(lstat((owned + "/f.json").c_str(), &info), 0);
+        EXPECT_EQ(info.st_uid, 65534u);
     }
     EXPECT_EQ(ok(FileTool::run_script, {"ok.sh", "a b"}), QByteArray("ran 1: a b\n"));
-    // The patch tool runs on a copy of the product, with the bundle's own patch (which this
-    // dummy is not, so the tool itself says no; the launch is what counts here).
-    QByteArray const patched = ok(FileTool::run_patch, {"-d", b.product, "-i", b.resources + "/Patchfile.patch", "-n"});
-    EXPECT_FALSE(patched.startsWith("refused"));
+    // The patch tool runs on a copy of the product, with the bundle's own patch; this dummy is
+    // none, and the tool's own refusal comes back as its exit status, naming the paths asked for.
+    HelperClient::Result const patched = helper->run({FileTool::run_patch, {"-d", b.product, "-i", b.resources + "/Patchfile.patch", "-n"}});
+    EXPECT_EQ(patched.status, 0);
+    EXPECT_NE(patched.exitStatus, 0);
+    EXPECT_TRUE(patched.output.contains(QByteArray::fromStdString(b.resources + "/Patchfile.patch"))) << patched.output.toStdString();
+    EXPECT_FALSE(patched.output.contains("/proc/")) << patched.output.toStdString();
 }
 
 TEST(PrivilegedHelper, RunsOnlyScriptsWhoseHashIsListedAndNobodyElseMayChange) {

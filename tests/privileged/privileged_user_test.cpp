@@ -4,68 +4,21 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <QDir>
-#include <QFile>
-#include <QFileInfo>
-
-#include <filesystem>
 #include <atomic>
-#include <fstream>
 #include <thread>
 
-#include "privileged/file_operations.h"
-#include "tests/fixtures/log_lines.h"
 #include "tests/fixtures/privileged.h"
+#include "tests/privileged/as_user.h"
 
 using namespace Refloom;
+using rf_test::AsUser;
 namespace fs = std::filesystem;
 
 namespace {
 
-// The sandbox and the helper come from run_as_user.sh.
-struct AsUser {
-    QString sandbox = qEnvironmentVariable("RF_PRIVILEGED_SANDBOX");
-    QString helper = qEnvironmentVariable("RF_PRIVILEGED_HELPER");
-    QString root = sandbox + QStringLiteral("/root");
-    QString spotlight = root + QStringLiteral("/Library/Spotlight");
-    QString outside = root + QStringLiteral("/outside");
-    QString test = QString::fromLatin1(::testing::UnitTest::GetInstance()->current_test_info()->name());
-    // A log of each test's own.
-    InstallerLog log{SystemRoot(sandbox + QStringLiteral("/log"), QLatin1Char('/') + test)};
-    QString resources = QDir::cleanPath(QFileInfo(helper).path() + QStringLiteral("/../Resources"));
-    CommandRunner runner{log, {resources, helper, resources, SystemRoot(root, QStringLiteral("/home/u"))}};
-    FileOperations files{runner, log};
-
-    QStringList messages() const { return rf_test::logMessages(log.path()); }
-    // A file of the user's own, to copy from.
-    QString userFile() const {
-        QString const path = sandbox + QStringLiteral("/log/") + test + QStringLiteral(".txt");
-        std::ofstream(path.toStdString()) << "the user's";
-        return path;
-    }
-    // Everything below root's outside folder: names, modes, owners and contents.
-    std::string outsideState() const {
-        std::string state;
-        for (auto const& entry : fs::recursive_directory_iterator(outside.toStdString())) {
-            struct stat info;
-            lstat(entry.path().c_str(), &info);
-            state += entry.path().string() + " " + std::to_string(info.st_mode) + " " + std::to_string(info.st_uid) + "\n";
-        }
-        return state;
-    }
-};
-
-bool runByTheScript() { return geteuid() != 0 && qEnvironmentVariableIsSet("RF_PRIVILEGED_SANDBOX"); }
-
-int mode(QString const& path) {
-    struct stat info;
-    return lstat(QFile::encodeName(path).constData(), &info) == 0 ? int(info.st_mode & 07777) : -1;
-}
+int mode(QString const& path) { return rf_test::modeOf(path); }
 
 } // namespace
-
-#define SKIP_UNLESS_RUN_BY_THE_SCRIPT() \
-    if (!runByTheScript()) GTEST_SKIP() << "run by run_as_user.sh as an unprivileged user"
 
 TEST(AsUnprivilegedUser, LockedRootFolderIsRemovedAsAdministratorAfterOnePrompt) {
     SKIP_UNLESS_RUN_BY_THE_SCRIPT();
