@@ -82,9 +82,10 @@ Outcome copy(Context const& c, std::string const& source, std::string const& des
         if (!made.ok) return finished(made);
     }
     CopyResult const copied = copyTree(source, pinChangeable(c, destination, true), c.user);
-    // What the user may not read is never copied for them: that is the policy's refusal.
+    // What the user may not read, or what no copy stands in for, is never copied: the policy's
+    // refusal, not a failure of the copy.
     if (copied.unreadable)
-        throw Refusal{"the user may not read all of the source: " + copied.errors.substr(0, copied.errors.find('\n'))};
+        throw Refusal{"not copied: " + copied.errors.substr(0, copied.errors.find('\n'))};
     return finished({copied.done, copied.errors});
 }
 

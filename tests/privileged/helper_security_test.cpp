@@ -205,8 +205,9 @@ TEST(PrivilegedHelper, ItsChannelCannotBeReachedThroughProc) {
     pid_t const child = fork();
     if (child == 0) {
         int opened = 0;
-        for (auto const& entry : fs::directory_iterator(fds)) {
-            std::error_code error;
+        std::error_code error;  // not even listed, as the client is not dumpable, unless this is root
+        for (fs::directory_iterator it(fds, error), end; it != end; it.increment(error)) {
+            auto const& entry = *it;
             if (fs::read_symlink(entry.path(), error).string().starts_with("socket:")) {
                 int fd = open(entry.path().c_str(), O_WRONLY);
                 if (fd >= 0) ++opened;
@@ -226,21 +227,33 @@ TEST(PrivilegedHelper, AnythingButWholeFramesInTurnEndsIt) {
     std::string const later = *HelperProtocol::encodeRequest(2, {FileTool::make_dir, {b.spotlight + "/y"}});
     std::string const skipped = *HelperProtocol::encodeRequest(5, {FileTool::make_dir, {b.spotlight + "/z"}});
     std::uint32_t const tooLong = HelperProtocol::kMaxRequest + 1;
-    std::string const cases[] = {
-        std::string(reinterpret_cast<char const*>(&tooLong), 4),  // a frame over the limit
-        skipped,                                                  // out of turn
-        request.substr(0, request.size() - 3) + later,            // a short body swallowing the next
+    enum How { raw, framed, byAnotherProcess };
+    struct Attack {
+        std::string bytes;
+        How how;
     };
-    for (std::string const& attack : cases) {
+    Attack const cases[] = {
+        {std::string(reinterpret_cast<char const*>(&tooLong), 4), raw},     // a frame over the limit
+        {skipped, framed},                                                  // out of turn
+        {request.substr(0, request.size() - 3) + later, framed},            // a short body swallowing the next
+        {request, byAnotherProcess},  // a process that holds the channel but did not start the helper
+    };
+    for (Attack const& attack : cases) {
         int ends[2];
         ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);
         pid_t const pid = spawnRaw(b.helper, ends[1]);
         close(ends[1]);
         std::string greeting;
         ASSERT_TRUE(HelperProtocol::readFrame(ends[0], greeting, 64));
-        bool const framed = &attack != &cases[0];
-        if (framed) HelperProtocol::writeFrame(ends[0], attack);
-        else ASSERT_EQ(write(ends[0], attack.data(), attack.size()), ssize_t(attack.size()));
+        if (attack.how == raw) {
+            ASSERT_EQ(write(ends[0], attack.bytes.data(), attack.bytes.size()), ssize_t(attack.bytes.size()));
+        } else if (attack.how == framed) {
+            HelperProtocol::writeFrame(ends[0], attack.bytes);
+        } else {
+            pid_t const other = fork();
+            if (other == 0) _exit(HelperProtocol::writeFrame(ends[0], attack.bytes) ? 0 : 1);
+            waitpid(other, nullptr, 0);
+        }
         int status = -1;
         ASSERT_EQ(waitpid(pid, &status, 0), pid);
         EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) != 0) << status;
