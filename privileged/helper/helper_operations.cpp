@@ -1,5 +1,8 @@
 #include "privileged/helper/helper_operations.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <vector>
 
@@ -55,8 +58,9 @@ std::string nameOf(std::string const& path) { return path.substr(path.rfind('/')
 Outcome finished(Done const& done) { return {0, done.ok ? 0 : 1, done.errors}; }
 
 // Makes the folder and its missing parents one at a time, each inside its pinned parent, so a
-// link planted where the next folder is to come is found, not followed.
-Done makeFolders(Context const& c, std::string const& path) {
+// link planted where the next folder is to come is found, not followed. `made`, when given,
+// receives the folders it made, outermost first.
+Done makeFolders(Context const& c, std::string const& path, std::vector<std::string>* made = nullptr) {
     if (!isCleanAbsolute(path)) throw Refusal{"not a plain absolute path: " + path};
     for (size_t end = path.find('/', 1);; end = path.find('/', end + 1)) {
         std::string const prefix = path.substr(0, end);
@@ -65,27 +69,45 @@ Done makeFolders(Context const& c, std::string const& path) {
         if (!step.exists || last) {
             if (!mayChange(c, prefix, false) && !c.policy.leadsToInstallRoot(prefix))
                 throw Refusal{"outside what the helper may change: " + prefix};
-            Done made = makeFolder(step);
-            if (!made.ok) return made;
+            if (made && !step.exists) made->push_back(prefix);
+            Done folder = makeFolder(step);
+            if (!folder.ok) return folder;
         }
         if (last) return {true, {}};
+    }
+}
+
+// Removes the folders a request made, innermost first, as long as they are still empty.
+void unmake(std::vector<std::string> const& made) {
+    for (auto folder = made.rbegin(); folder != made.rend(); ++folder) {
+        std::string why;
+        std::optional<Pinned> pinned = pin(*folder, why);
+        if (!pinned || unlinkat(pinned->parent.get(), pinned->name.c_str(), AT_REMOVEDIR) != 0) return;
     }
 }
 
 Outcome copy(Context const& c, std::string const& source, std::string const& destination) {
     if (!isCleanAbsolute(source)) throw Refusal{"not a plain absolute path: " + source};
     if (!isCleanAbsolute(destination)) throw Refusal{"not a plain absolute path: " + destination};
-    // The destination's missing parents are made first, as ditto makes them.
+    // The destination's missing parents are made first, as ditto makes them, and taken away
+    // again when nothing is copied into them.
     std::string const parent = destination.substr(0, destination.rfind('/'));
+    std::vector<std::string> made;
     if (!parent.empty() && !pinOrRefuse(parent).exists) {
-        Done made = makeFolders(c, parent);
-        if (!made.ok) return finished(made);
+        Done folders = makeFolders(c, parent, &made);
+        if (!folders.ok) return unmake(made), finished(folders);
     }
-    CopyResult const copied = copyTree(source, pinChangeable(c, destination, true), c.user);
+    CopyResult copied;
+    try {
+        copied = copyTree(source, pinChangeable(c, destination, true), c.user);
+    } catch (Refusal const&) {
+        unmake(made);
+        throw;
+    }
+    if (!copied.done) unmake(made);
     // What the user may not read, or what no copy stands in for, is never copied: the policy's
     // refusal, not a failure of the copy.
-    if (copied.unreadable)
-        throw Refusal{"not copied: " + copied.errors.substr(0, copied.errors.find('\n'))};
+    if (copied.unreadable) throw Refusal{"not copied: " + copied.errors.substr(0, copied.errors.find('\n'))};
     return finished({copied.done, copied.errors});
 }
 

@@ -113,5 +113,7 @@ TEST(HelperCopy, ASourceThatCannotBeReadWholeChangesNothing) {
         EXPECT_EQ(result.status, HelperProtocol::kDenied) << source;
         EXPECT_TRUE(result.output.startsWith("refused: not copied: ")) << result.output.toStdString();
     }
+    // Nor are the folders it would have made on the way left behind.
+    EXPECT_EQ(helper->run({FileTool::copy, {b.scratch / "fifo", b.spotlight + "/made/on the way"}}).status, HelperProtocol::kDenied);
     EXPECT_EQ(treeState(b.spotlight), before);
 }
