@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <functional>
 
 #include "privileged/helper/tree_walk.h"
 
@@ -60,6 +61,42 @@ bool chownToRoot(int item, std::string const& shown, std::string& errors) {
     return false;
 }
 
+// A change made to an item and, for a tree, to every entry below it first (so a locked folder's
+// entries are freed before the folder itself). An entry is passed over, refused with the reason
+// given, or changed by `act` through a descriptor of its own.
+struct TreeChange {
+    std::function<bool(struct stat const&)> passOver;
+    std::function<std::string(struct stat const&, std::string const&)> refusal;
+    std::function<bool(int item, std::string const& shown, std::string& errors)> act;
+};
+
+Done changeItem(Pinned const& item, bool tree, TreeChange const& how) {
+    std::string errors;
+    std::optional<Fd> fd = openOwnItem(item, errors);
+    struct stat info;
+    if (!fd || fstat(fd->get(), &info) != 0) return outcome(false, errors);
+    errors = how.refusal(info, item.path);
+    if (!errors.empty()) return outcome(false, errors);
+    bool ok = true;
+    if (tree && S_ISDIR(info.st_mode)) {
+        Fd const folder = openFolder(item.parent.get(), item.name);
+        if (!folder) return failed(item, "cannot open it");
+        ok = walkBelow(folder.get(), item.path, [&](int parent, std::string const& name, struct stat const&, std::string const& shown) {
+            struct stat entryInfo;
+            Fd const entry = openEntry(parent, name, entryInfo);
+            if (!entry || how.passOver(entryInfo)) return true;  // gone meanwhile, or nothing to change
+            std::string const why = how.refusal(entryInfo, shown);
+            if (!why.empty()) {
+                errors += why;
+                return false;
+            }
+            return how.act(entry.get(), shown, errors);
+        }, errors);
+    }
+    ok = how.act(fd->get(), item.path, errors) && ok;
+    return outcome(ok, errors);
+}
+
 } // namespace
 
 std::optional<Fd> openOwnItem(Pinned const& item, std::string& why) {
@@ -96,28 +133,9 @@ Done renameItem(Pinned const& source, Pinned const& destination) {
 }
 
 Done unlockItem(Pinned const& item, bool tree) {
-    std::string errors;
-    std::optional<Fd> fd = openOwnItem(item, errors);
-    if (!fd) return outcome(false, errors);
-    bool ok = true;
-    if (tree && item.isFolder()) {
-        Fd const folder = openFolder(item.parent.get(), item.name);
-        if (!folder) return failed(item, "cannot open it");
-        // Children first, so a locked folder's entries are freed before the folder itself.
-        ok = walkBelow(folder.get(), item.path, [&](int parent, std::string const& name, struct stat const&, std::string const& shown) {
-            struct stat info;
-            Fd const entry = openEntry(parent, name, info);
-            if (!entry || S_ISLNK(info.st_mode) || (!S_ISREG(info.st_mode) && !S_ISDIR(info.st_mode))) return true;
-            std::string const why = notOwnItem(info, shown);
-            if (!why.empty()) {
-                errors += why;
-                return false;
-            }
-            return unlockOpened(entry.get(), shown, errors);
-        }, errors);
-    }
-    ok = unlockOpened(fd->get(), item.path, errors) && ok;
-    return outcome(ok, errors);
+    return changeItem(item, tree,
+                      {[](struct stat const& info) { return S_ISLNK(info.st_mode) || (!S_ISREG(info.st_mode) && !S_ISDIR(info.st_mode)); },
+                       notOwnItem, unlockOpened});
 }
 
 Done changeMode(Pinned const& item, mode_t mode) {
@@ -130,31 +148,11 @@ Done changeMode(Pinned const& item, mode_t mode) {
 }
 
 Done giveToRoot(Pinned const& item, bool tree) {
-    std::string errors;
-    std::optional<Fd> fd = openOwnItem(item, errors);
-    struct stat info;
-    if (!fd || fstat(fd->get(), &info) != 0) return outcome(false, errors);
-    errors = notRoots(info, item.path);
-    if (!errors.empty()) return outcome(false, errors);
-    bool ok = true;
-    if (tree && S_ISDIR(info.st_mode)) {
-        Fd const folder = openFolder(item.parent.get(), item.name);
-        if (!folder) return failed(item, "cannot open it");
-        ok = walkBelow(folder.get(), item.path, [&](int parent, std::string const& name, struct stat const&, std::string const& shown) {
-            struct stat entryInfo;
-            Fd const entry = openEntry(parent, name, entryInfo);
-            if (!entry) return true;  // gone meanwhile
-            std::string const why = S_ISLNK(entryInfo.st_mode) ? notRoots(entryInfo, shown)
-                                                                : notOwnItem(entryInfo, shown) + notRoots(entryInfo, shown);
-            if (!why.empty()) {
-                errors += why;
-                return false;
-            }
-            return chownToRoot(entry.get(), shown, errors);
-        }, errors);
-    }
-    ok = chownToRoot(fd->get(), item.path, errors) && ok;
-    return outcome(ok, errors);
+    // A link's owner is its own; anything else must be a folder or a file with one name.
+    auto const refusal = [](struct stat const& info, std::string const& shown) {
+        return (S_ISLNK(info.st_mode) ? std::string() : notOwnItem(info, shown)) + notRoots(info, shown);
+    };
+    return changeItem(item, tree, {[](struct stat const&) { return false; }, refusal, chownToRoot});
 }
 
 Done makeLink(std::string const& target, Pinned const& at, std::string const& nameInFolder) {
