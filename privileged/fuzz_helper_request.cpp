@@ -4,19 +4,18 @@
 // reading past the data; a refused request changes nothing at all; a carried-out one changes
 // nothing outside what the policy lets it change, leaves no set-id bit and no staging folder.
 // Every absolute path of a request is placed inside the sandbox, so no input reaches beyond it.
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
+#include "privileged/helper/helper_operations.h"
+#include "privileged/helper_protocol.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <string>
-
-#include "privileged/helper/helper_operations.h"
-#include "privileged/helper_protocol.h"
+#include <sys/stat.h>
+#include <unistd.h>
 
 using namespace Refloom;
 using namespace Refloom::HelperProtocol;
@@ -53,7 +52,8 @@ struct Sandbox {
         write("root/Library/Owned/Ext/f.json", "{}");
         write("root/home/u/Library/Spotlight/c", "c");
         write("root/Applications/Refloom 2025/Refloom 2025.app/Contents/Info.plist",
-              "<plist><dict><key>CFBundleIdentifier</key><string>com.example.product</string></dict></plist>");
+              "<plist><dict><key>CFBundleIdentifier</key><string>com.example.product</string></"
+              "dict></plist>");
         write("root/Applications/Refloom 2025/Product-Support/d", "d");
         write("root/outside/secret", "secret", 0600);
         write("root/outside/folder/e", "e");
@@ -68,14 +68,17 @@ struct Sandbox {
     void start() {
         lay();
         std::string const policy =
-            "install-root /Library/Spotlight\ninstall-root ~/Library/Spotlight\nowner-root /Library/Owned\n"
-            "application-folder /Applications\nproduct-bundle Refloom 2025.app\nproduct-identifier com.example.product\n"
+            "install-root /Library/Spotlight\ninstall-root ~/Library/Spotlight\nowner-root "
+            "/Library/Owned\n"
+            "application-folder /Applications\nproduct-bundle Refloom 2025.app\nproduct-identifier "
+            "com.example.product\n"
             "product-part Product-Support\naddin-name Addin.bundle\naddin-folder /Library\n"
             "script 0000000000000000000000000000000000000000000000000000000000000000 ok.sh\n";
         std::string why;
         std::optional<Helper::PolicyFile> file = Helper::PolicyFile::parse(policy, why);
         if (!file) std::abort();
-        context.emplace(Helper::Context{Helper::Policy(*file, root, root + "/home/u"), base + "/Test.app/Contents/Resources",
+        context.emplace(Helper::Context{Helper::Policy(*file, root, root + "/home/u"),
+                                        base + "/Test.app/Contents/Resources",
                                         Helper::UserIds::of(getuid(), getgid()), getuid()});
     }
 
@@ -84,18 +87,22 @@ struct Sandbox {
     std::string state(std::string const& folder, bool names = true) const {
         std::string text;
         std::error_code error;
-        for (fs::recursive_directory_iterator it(folder, error), end; it != end; it.increment(error)) {
+        for (fs::recursive_directory_iterator it(folder, error), end; it != end;
+             it.increment(error)) {
             struct stat info;
             if (lstat(it->path().c_str(), &info) != 0) continue;
-            text += it->path().string() + " " + std::to_string(info.st_mode) + " " + std::to_string(info.st_uid) + " " +
-                    (names ? std::to_string(info.st_nlink) : "") + " " + std::to_string(info.st_size) + "\n";
+            text += it->path().string() + " " + std::to_string(info.st_mode) + " " +
+                    std::to_string(info.st_uid) + " " +
+                    (names ? std::to_string(info.st_nlink) : "") + " " +
+                    std::to_string(info.st_size) + "\n";
         }
         return text;
     }
 
     // The parts no request may change: root's outside folder, the source, the bundles.
     std::string untouchable() const {
-        return state(root + "/outside", false) + state(base + "/source") + state(base + "/Test.app") +
+        return state(root + "/outside", false) + state(base + "/source") +
+               state(base + "/Test.app") +
                state(root + "/Applications/Refloom 2025/Refloom 2025.app");
     }
 
@@ -103,7 +110,8 @@ struct Sandbox {
     void checkAfterwards(std::string const& untouchableBefore) const {
         if (untouchable() != untouchableBefore) std::abort();
         std::error_code error;
-        for (fs::recursive_directory_iterator it(root, error), end; it != end; it.increment(error)) {
+        for (fs::recursive_directory_iterator it(root, error), end; it != end;
+             it.increment(error)) {
             struct stat info;
             if (lstat(it->path().c_str(), &info) != 0) continue;
             if (!S_ISLNK(info.st_mode) && (info.st_mode & 07000) != 0) std::abort();
@@ -128,11 +136,12 @@ Sandbox& sandbox() {
 void carryOutInSandbox(Request request) {
     Sandbox& s = sandbox();
     for (std::string& operand : request.operands)
-        if (operand.starts_with("/")) operand = (operand.starts_with("/source") ? s.base : s.root) + operand;
+        if (operand.starts_with("/"))
+            operand = (operand.starts_with("/source") ? s.base : s.root) + operand;
     std::string const everything = s.state(s.base), untouchable = s.untouchable();
     Helper::Outcome const outcome = Helper::carryOut(*s.context, request);
     if (outcome.status == kDenied) {
-        if (s.state(s.base) != everything) std::abort();  // a refusal changes nothing
+        if (s.state(s.base) != everything) std::abort(); // a refusal changes nothing
         return;
     }
     if (outcome.status != 0 && outcome.status != kExecuteFailed) std::abort();
@@ -157,7 +166,8 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, size_t size) {
     if (size <= 65536 && write(ends[1], data, size) == ssize_t(size)) {
         close(ends[1]);
         std::string frame;
-        while (readFrame(ends[0], frame, kMaxRequest)) decodeRequest(frame);
+        while (readFrame(ends[0], frame, kMaxRequest))
+            decodeRequest(frame);
     } else {
         close(ends[1]);
     }

@@ -1,14 +1,13 @@
 #include "privileged/helper/copy_stream.h"
 
+#include "privileged/helper/tree_walk.h"
+
+#include <cerrno>
+#include <cstring>
 #include <fcntl.h>
 #include <limits.h>
 #include <sys/wait.h>
 #include <unistd.h>
-
-#include <cerrno>
-#include <cstring>
-
-#include "privileged/helper/tree_walk.h"
 
 namespace Refloom::Helper {
 namespace {
@@ -24,10 +23,7 @@ public:
         if (m_buffer.size() + size > 65536) flush();
         m_buffer.append(static_cast<char const*>(bytes), size);
     }
-    template <typename Number>
-    void put(Number value) {
-        put(&value, sizeof value);
-    }
+    template <typename Number> void put(Number value) { put(&value, sizeof value); }
     void text(std::string const& value) {
         put(std::uint16_t(value.size()));
         put(value.data(), value.size());
@@ -36,7 +32,7 @@ public:
         for (size_t at = 0; at < m_buffer.size();) {
             ssize_t const n = write(m_fd, m_buffer.data() + at, m_buffer.size() - at);
             if (n < 0 && errno == EINTR) continue;
-            if (n <= 0) _exit(1);  // the helper has stopped reading
+            if (n <= 0) _exit(1); // the helper has stopped reading
             at += size_t(n);
         }
         m_buffer.clear();
@@ -68,14 +64,17 @@ void header(StreamOut& out, char kind, std::string const& name, struct stat cons
 // The copy's own staging folder: never part of what is copied.
 struct stat gStaging;
 
-void send(StreamOut& out, int parent, std::string const& name, std::string const& shown, int depth) {
+void send(StreamOut& out, int parent, std::string const& name, std::string const& shown,
+          int depth) {
     if (depth > kMaxDepth) fail(out, shown + ": folders nested too deep");
     struct stat info;
-    if (fstatat(parent, name.c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0) fail(out, failure(shown, "cannot look at it"));
+    if (fstatat(parent, name.c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0)
+        fail(out, failure(shown, "cannot look at it"));
     if (S_ISLNK(info.st_mode)) {
         char target[PATH_MAX];
         ssize_t const length = readlinkat(parent, name.c_str(), target, sizeof target);
-        if (length <= 0 || size_t(length) >= sizeof target) fail(out, failure(shown, "cannot read the link"));
+        if (length <= 0 || size_t(length) >= sizeof target)
+            fail(out, failure(shown, "cannot read the link"));
         header(out, 'L', name, info);
         out.text(std::string(target, size_t(length)));
     } else if (S_ISDIR(info.st_mode)) {
@@ -84,16 +83,20 @@ void send(StreamOut& out, int parent, std::string const& name, std::string const
         header(out, 'D', name, info);
         for (std::string const& entry : namesIn(folder.get())) {
             struct stat inner;
-            bool const staging = fstatat(folder.get(), entry.c_str(), &inner, AT_SYMLINK_NOFOLLOW) == 0 &&
-                                 inner.st_dev == gStaging.st_dev && inner.st_ino == gStaging.st_ino;
+            bool const staging =
+                fstatat(folder.get(), entry.c_str(), &inner, AT_SYMLINK_NOFOLLOW) == 0 &&
+                inner.st_dev == gStaging.st_dev && inner.st_ino == gStaging.st_ino;
             if (!staging) send(out, folder.get(), entry, shown + "/" + entry, depth + 1);
         }
         out.put('E');
     } else if (S_ISREG(info.st_mode)) {
-        Fd const file(openat(parent, name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
-        if (!file || fstat(file.get(), &info) != 0 || !S_ISREG(info.st_mode)) fail(out, failure(shown, "cannot open it"));
+        Fd const file(openat(parent, name.c_str(),
+                             O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+        if (!file || fstat(file.get(), &info) != 0 || !S_ISREG(info.st_mode))
+            fail(out, failure(shown, "cannot open it"));
         // Another name of the same file may lie anywhere: a copy never stands in for it.
-        if (info.st_nlink != 1) fail(out, shown + ": a file with more than one name (a hard link) is not copied");
+        if (info.st_nlink != 1)
+            fail(out, shown + ": a file with more than one name (a hard link) is not copied");
         header(out, 'F', name, info);
         char buffer[65536];
         for (ssize_t n; (n = read(file.get(), buffer, sizeof buffer)) != 0;) {
@@ -123,7 +126,8 @@ void send(StreamOut& out, int parent, std::string const& name, std::string const
 
 } // namespace
 
-pid_t startSourceReader(std::string const& source, UserIds const& user, struct stat const& staging, int& stream) {
+pid_t startSourceReader(std::string const& source, UserIds const& user, struct stat const& staging,
+                        int& stream) {
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0) return -1;
     pid_t const child = fork();
@@ -131,7 +135,8 @@ pid_t startSourceReader(std::string const& source, UserIds const& user, struct s
         // Nothing of the helper's stays open in the reader but the pipe's writing end.
         if (dup2(ends[1], 3) != 3) _exit(1);
         int const nothing = open("/dev/null", O_RDWR | O_CLOEXEC);
-        if (nothing < 0 || dup2(nothing, 0) != 0 || dup2(nothing, 1) != 1 || dup2(nothing, 2) != 2) _exit(1);
+        if (nothing < 0 || dup2(nothing, 0) != 0 || dup2(nothing, 1) != 1 || dup2(nothing, 2) != 2)
+            _exit(1);
         close_range(4, ~0U, 0);
         if (!becomeUser(user)) _exit(1);
         gStaging = staging;
@@ -173,12 +178,14 @@ bool StreamIn::text(std::string& value, size_t limit) {
 }
 
 bool readHeader(StreamIn& in, EntryHeader& header) {
-    if (!in.text(header.name, NAME_MAX) || header.name.empty() || header.name == "." || header.name == ".." ||
-        header.name.find('/') != std::string::npos || !in.get(header.mode))
+    if (!in.text(header.name, NAME_MAX) || header.name.empty() || header.name == "." ||
+        header.name == ".." || header.name.find('/') != std::string::npos || !in.get(header.mode))
         return false;
     for (timespec& time : header.times) {
         std::int64_t seconds = 0, nanoseconds = 0;
-        if (!in.get(seconds) || !in.get(nanoseconds) || nanoseconds < 0 || nanoseconds >= 1000000000) return false;
+        if (!in.get(seconds) || !in.get(nanoseconds) || nanoseconds < 0 ||
+            nanoseconds >= 1000000000)
+            return false;
         time = {time_t(seconds), long(nanoseconds)};
     }
     return true;

@@ -14,30 +14,27 @@
 // i64: access seconds and nanoseconds, modification seconds and nanoseconds.
 #pragma once
 
-#include <sys/stat.h>
-#include <sys/types.h>
+#include "privileged/helper/user_ids.h"
 
 #include <cstdint>
 #include <string>
-
-#include "privileged/helper/user_ids.h"
+#include <sys/stat.h>
+#include <sys/types.h>
 
 namespace Refloom::Helper {
 
 // Starts the reader of `source` (a clean absolute path) as `user`, writing to a new pipe whose
 // reading end is answered in `stream`. It passes over the folder `staging` (the copy's own, which
 // may lie inside the source). The child, or -1 when it could not be started.
-pid_t startSourceReader(std::string const& source, UserIds const& user, struct stat const& staging, int& stream);
+pid_t startSourceReader(std::string const& source, UserIds const& user, struct stat const& staging,
+                        int& stream);
 
 // The stream's reading side: buffered, and false on any read past its end.
 class StreamIn {
 public:
     explicit StreamIn(int fd) : m_fd(fd) {}
     bool get(void* bytes, size_t size);
-    template <typename Number>
-    bool get(Number& value) {
-        return get(&value, sizeof value);
-    }
+    template <typename Number> bool get(Number& value) { return get(&value, sizeof value); }
     // A u16-counted text of at most `limit` bytes with no NUL in it.
     bool text(std::string& value, size_t limit);
 
@@ -50,7 +47,7 @@ private:
 struct EntryHeader {
     std::string name;
     std::uint32_t mode;
-    timespec times[2];  // access, modification
+    timespec times[2]; // access, modification
 };
 
 // Reads an entry's name, mode and times; false when any is malformed: a name that is empty,

@@ -1,21 +1,24 @@
 #include "privileged/helper/file_actions.h"
 
+#include "privileged/helper/tree_walk.h"
+
+#include <cerrno>
 #include <fcntl.h>
+#include <functional>
 #include <linux/fs.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
-#include <cerrno>
-#include <functional>
-
-#include "privileged/helper/tree_walk.h"
-
 namespace Refloom::Helper {
 namespace {
 
-Done outcome(bool ok, std::string errors = {}) { return {ok, std::move(errors)}; }
+Done outcome(bool ok, std::string errors = {}) {
+    return {ok, std::move(errors)};
+}
 
-Done failed(Pinned const& item, std::string const& what) { return {false, failure(item.path, what)}; }
+Done failed(Pinned const& item, std::string const& what) {
+    return {false, failure(item.path, what)};
+}
 
 // The entry `name` of `folder` opened as itself, with its status; none for a missing entry.
 Fd openEntry(int folder, std::string const& name, struct stat& info) {
@@ -27,7 +30,8 @@ Fd openEntry(int folder, std::string const& name, struct stat& info) {
 // Clears the immutable attribute of the item opened as `item` (O_PATH); a file system that
 // keeps no such attribute has nothing to clear.
 bool unlockOpened(int item, std::string const& shown, std::string& errors) {
-    Fd const opened(open(descriptorPath(item).c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    Fd const opened(
+        open(descriptorPath(item).c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     int flags = 0;
     if (!opened || ioctl(opened.get(), FS_IOC_GETFLAGS, &flags) != 0) {
         if (opened && (errno == ENOTTY || errno == EOPNOTSUPP || errno == EINVAL)) return true;
@@ -43,16 +47,20 @@ bool unlockOpened(int item, std::string const& shown, std::string& errors) {
 
 // Why an item may not be changed as itself, or nothing when it may.
 std::string notOwnItem(struct stat const& info, std::string const& shown) {
-    if (S_ISLNK(info.st_mode)) return shown + ": a link, which is never followed with administrator rights\n";
+    if (S_ISLNK(info.st_mode))
+        return shown + ": a link, which is never followed with administrator rights\n";
     if (S_ISREG(info.st_mode) && info.st_nlink != 1)
-        return shown + ": a file with more than one name (a hard link), which may be anything anywhere\n";
-    if (!S_ISREG(info.st_mode) && !S_ISDIR(info.st_mode)) return shown + ": neither a file nor a folder\n";
+        return shown +
+               ": a file with more than one name (a hard link), which may be anything anywhere\n";
+    if (!S_ISREG(info.st_mode) && !S_ISDIR(info.st_mode))
+        return shown + ": neither a file nor a folder\n";
     return {};
 }
 
 std::string notRoots(struct stat const& info, std::string const& shown) {
     if (info.st_uid == 0) return {};
-    return shown + ": belongs to user " + std::to_string(info.st_uid) + "; nobody's item is handed to root\n";
+    return shown + ": belongs to user " + std::to_string(info.st_uid) +
+           "; nobody's item is handed to root\n";
 }
 
 bool chownToRoot(int item, std::string const& shown, std::string& errors) {
@@ -81,17 +89,24 @@ Done changeItem(Pinned const& item, bool tree, TreeChange const& how) {
     if (tree && S_ISDIR(info.st_mode)) {
         Fd const folder = openFolder(item.parent.get(), item.name);
         if (!folder) return failed(item, "cannot open it");
-        ok = walkBelow(folder.get(), item.path, [&](int parent, std::string const& name, struct stat const&, std::string const& shown) {
-            struct stat entryInfo;
-            Fd const entry = openEntry(parent, name, entryInfo);
-            if (!entry || how.passOver(entryInfo)) return true;  // gone meanwhile, or nothing to change
-            std::string const why = how.refusal(entryInfo, shown);
-            if (!why.empty()) {
-                errors += why;
-                return false;
-            }
-            return how.act(entry.get(), shown, errors);
-        }, errors);
+        if (!onSameFileSystem(item.parent.get(), folder.get()))
+            return outcome(false,
+                           item.path + ": another file system is mounted there; left alone\n");
+        ok = walkBelow(
+            folder.get(), item.path,
+            [&](int parent, std::string const& name, struct stat const&, std::string const& shown) {
+                struct stat entryInfo;
+                Fd const entry = openEntry(parent, name, entryInfo);
+                if (!entry || how.passOver(entryInfo))
+                    return true; // gone meanwhile, or nothing to change
+                std::string const why = how.refusal(entryInfo, shown);
+                if (!why.empty()) {
+                    errors += why;
+                    return false;
+                }
+                return how.act(entry.get(), shown, errors);
+            },
+            errors);
     }
     ok = how.act(fd->get(), item.path, errors) && ok;
     return outcome(ok, errors);
@@ -116,7 +131,8 @@ Done removeItem(Pinned const& item) {
     if (fstatat(item.parent.get(), item.name.c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0)
         return errno == ENOENT ? outcome(true) : failed(item, "cannot look at it");
     if (S_ISDIR(info.st_mode)) return outcome(false, item.path + ": is a folder\n");
-    if (unlinkat(item.parent.get(), item.name.c_str(), 0) == 0 || errno == ENOENT) return outcome(true);
+    if (unlinkat(item.parent.get(), item.name.c_str(), 0) == 0 || errno == ENOENT)
+        return outcome(true);
     return failed(item, "cannot remove it");
 }
 
@@ -127,14 +143,18 @@ Done removeTree(Pinned const& item) {
 }
 
 Done renameItem(Pinned const& source, Pinned const& destination) {
-    if (renameat(source.parent.get(), source.name.c_str(), destination.parent.get(), destination.name.c_str()) == 0)
+    if (renameat(source.parent.get(), source.name.c_str(), destination.parent.get(),
+                 destination.name.c_str()) == 0)
         return outcome(true);
     return failed(source, "cannot rename it to " + destination.path);
 }
 
 Done unlockItem(Pinned const& item, bool tree) {
     return changeItem(item, tree,
-                      {[](struct stat const& info) { return S_ISLNK(info.st_mode) || (!S_ISREG(info.st_mode) && !S_ISDIR(info.st_mode)); },
+                      {[](struct stat const& info) {
+                           return S_ISLNK(info.st_mode) ||
+                                  (!S_ISREG(info.st_mode) && !S_ISDIR(info.st_mode));
+                       },
                        notOwnItem, unlockOpened});
 }
 
@@ -143,14 +163,16 @@ Done changeMode(Pinned const& item, mode_t mode) {
     std::optional<Fd> fd = openOwnItem(item, why);
     if (!fd) return outcome(false, why);
     // An item opened as itself (O_PATH) takes a mode through its descriptor's path.
-    if (fchmodat(AT_FDCWD, descriptorPath(fd->get()).c_str(), mode & 0777, 0) == 0) return outcome(true);
+    if (fchmodat(AT_FDCWD, descriptorPath(fd->get()).c_str(), mode & 0777, 0) == 0)
+        return outcome(true);
     return failed(item, "cannot change its mode");
 }
 
 Done giveToRoot(Pinned const& item, bool tree) {
     // A link's owner is its own; anything else must be a folder or a file with one name.
     auto const refusal = [](struct stat const& info, std::string const& shown) {
-        return (S_ISLNK(info.st_mode) ? std::string() : notOwnItem(info, shown)) + notRoots(info, shown);
+        return (S_ISLNK(info.st_mode) ? std::string() : notOwnItem(info, shown)) +
+               notRoots(info, shown);
     };
     return changeItem(item, tree, {[](struct stat const&) { return false; }, refusal, chownToRoot});
 }
@@ -159,7 +181,8 @@ Done makeLink(std::string const& target, Pinned const& at, std::string const& na
     if (at.isFolder()) {
         Fd const folder = openFolder(at.parent.get(), at.name);
         if (!folder) return failed(at, "cannot open it");
-        if (symlinkat(target.c_str(), folder.get(), nameInFolder.c_str()) == 0) return outcome(true);
+        if (symlinkat(target.c_str(), folder.get(), nameInFolder.c_str()) == 0)
+            return outcome(true);
         return failed(at, "cannot make the link " + nameInFolder + " in it");
     }
     if (symlinkat(target.c_str(), at.parent.get(), at.name.c_str()) == 0) return outcome(true);
@@ -169,7 +192,8 @@ Done makeLink(std::string const& target, Pinned const& at, std::string const& na
 Done makeFolder(Pinned const& item) {
     if (mkdirat(item.parent.get(), item.name.c_str(), 0755) == 0) return outcome(true);
     struct stat info;
-    if (errno == EEXIST && fstatat(item.parent.get(), item.name.c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0 &&
+    if (errno == EEXIST &&
+        fstatat(item.parent.get(), item.name.c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0 &&
         S_ISDIR(info.st_mode))
         return outcome(true);
     return failed(item, "cannot make the folder");

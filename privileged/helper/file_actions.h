@@ -4,12 +4,11 @@
 // why, in lines that name the paths as the program gave them.
 #pragma once
 
-#include <sys/types.h>
+#include "privileged/helper/pinned_path.h"
 
 #include <optional>
 #include <string>
-
-#include "privileged/helper/pinned_path.h"
+#include <sys/types.h>
 
 namespace Refloom::Helper {
 

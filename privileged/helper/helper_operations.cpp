@@ -1,16 +1,15 @@
 #include "privileged/helper/helper_operations.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
-#include <algorithm>
-#include <vector>
-
 #include "privileged/helper/file_actions.h"
 #include "privileged/helper/product_check.h"
 #include "privileged/helper/resource_requests.h"
 #include "privileged/helper/tool_launch.h"
 #include "privileged/helper/tree_copy.h"
+
+#include <algorithm>
+#include <fcntl.h>
+#include <unistd.h>
+#include <vector>
 
 namespace Refloom::Helper {
 namespace {
@@ -34,7 +33,8 @@ Pinned pinOrRefuse(std::string const& path) {
 
 Pinned pinChangeable(Context const& c, std::string const& path, bool strictly) {
     Pinned pinned = pinOrRefuse(path);
-    if (!mayChange(c, pinned.path, strictly)) throw Refusal{"outside what the helper may change: " + path};
+    if (!mayChange(c, pinned.path, strictly))
+        throw Refusal{"outside what the helper may change: " + path};
     return pinned;
 }
 
@@ -48,19 +48,25 @@ void refuseUnlessOwnItem(Pinned const& item) {
 // bit is ever set with administrator rights.
 mode_t permissionBits(std::string const& text) {
     bool const octal = !text.empty() && text.size() <= 4 &&
-                       std::all_of(text.begin(), text.end(), [](char digit) { return digit >= '0' && digit <= '7'; });
+                       std::all_of(text.begin(), text.end(),
+                                   [](char digit) { return digit >= '0' && digit <= '7'; });
     if (!octal) throw Refusal{"a mode is given in octal digits here: " + text};
     return mode_t(std::stoul(text, nullptr, 8) & 0777);
 }
 
-std::string nameOf(std::string const& path) { return path.substr(path.rfind('/') + 1); }
+std::string nameOf(std::string const& path) {
+    return path.substr(path.rfind('/') + 1);
+}
 
-Outcome finished(Done const& done) { return {0, done.ok ? 0 : 1, done.errors}; }
+Outcome finished(Done const& done) {
+    return {0, done.ok ? 0 : 1, done.errors};
+}
 
 // Makes the folder and its missing parents one at a time, each inside its pinned parent, so a
 // link planted where the next folder is to come is found, not followed. `made`, when given,
 // receives the folders it made, outermost first.
-Done makeFolders(Context const& c, std::string const& path, std::vector<std::string>* made = nullptr) {
+Done makeFolders(Context const& c, std::string const& path,
+                 std::vector<std::string>* made = nullptr) {
     if (!isCleanAbsolute(path)) throw Refusal{"not a plain absolute path: " + path};
     for (size_t end = path.find('/', 1);; end = path.find('/', end + 1)) {
         std::string const prefix = path.substr(0, end);
@@ -82,7 +88,8 @@ void unmake(std::vector<std::string> const& made) {
     for (auto folder = made.rbegin(); folder != made.rend(); ++folder) {
         std::string why;
         std::optional<Pinned> pinned = pin(*folder, why);
-        if (!pinned || unlinkat(pinned->parent.get(), pinned->name.c_str(), AT_REMOVEDIR) != 0) return;
+        if (!pinned || unlinkat(pinned->parent.get(), pinned->name.c_str(), AT_REMOVEDIR) != 0)
+            return;
     }
 }
 
@@ -107,13 +114,15 @@ Outcome copy(Context const& c, std::string const& source, std::string const& des
     if (!copied.done) unmake(made);
     // What the user may not read, or what no copy stands in for, is never copied: the policy's
     // refusal, not a failure of the copy.
-    if (copied.unreadable) throw Refusal{"not copied: " + copied.errors.substr(0, copied.errors.find('\n'))};
+    if (copied.unreadable)
+        throw Refusal{"not copied: " + copied.errors.substr(0, copied.errors.find('\n'))};
     return finished({copied.done, copied.errors});
 }
 
 Outcome run(Context const& c, Command const& command, std::vector<Fd> const& held) {
     Launched const launched = launch(command, c, held);
-    return {launched.started ? 0 : HelperProtocol::kExecuteFailed, launched.exitStatus, launched.output};
+    return {launched.started ? 0 : HelperProtocol::kExecuteFailed, launched.exitStatus,
+            launched.output};
 }
 
 Outcome plan(Context const& c, HelperProtocol::Request const& request) {
@@ -151,17 +160,20 @@ Outcome plan(Context const& c, HelperProtocol::Request const& request) {
     case FileTool::change_owner:
     case FileTool::change_owner_tree: {
         Pinned const item = pinOrRefuse(in[0]);
-        if (!c.policy.inOwnerRoots(item.path)) throw Refusal{"not a folder whose owner the helper sets: " + in[0]};
+        if (!c.policy.inOwnerRoots(item.path))
+            throw Refusal{"not a folder whose owner the helper sets: " + in[0]};
         refuseUnlessOwnItem(item);
         return finished(giveToRoot(item, operation == FileTool::change_owner_tree));
     }
     case FileTool::make_dir:
         return finished(makeFolders(c, in[0]));
     case FileTool::sym_link: {
-        if (!isCleanAbsolute(in[0]) || !mayChange(c, in[0], false)) throw Refusal{"a link may only point at what the helper may change"};
+        if (!isCleanAbsolute(in[0]) || !mayChange(c, in[0], false))
+            throw Refusal{"a link may only point at what the helper may change"};
         Pinned const at = pinChangeable(c, in[1], true);
         std::string const name = nameOf(in[0]);
-        if (at.isFolder() && !mayChange(c, at.path + "/" + name, true)) throw Refusal{"outside what the helper may change: " + in[1]};
+        if (at.isFolder() && !mayChange(c, at.path + "/" + name, true))
+            throw Refusal{"outside what the helper may change: " + in[1]};
         return finished(makeLink(in[0], at, name));
     }
     case FileTool::extract_archive:

@@ -1,16 +1,15 @@
 #include "privileged/helper/tree_copy.h"
 
+#include "privileged/helper/copy_stream.h"
+#include "privileged/helper/tree_walk.h"
+
+#include <array>
+#include <cerrno>
 #include <fcntl.h>
 #include <limits.h>
 #include <stdio.h>
 #include <sys/wait.h>
 #include <unistd.h>
-
-#include <array>
-#include <cerrno>
-
-#include "privileged/helper/copy_stream.h"
-#include "privileged/helper/tree_walk.h"
 
 namespace Refloom::Helper {
 namespace {
@@ -20,7 +19,9 @@ constexpr std::uint32_t kMaxChunk = 1 << 20;
 constexpr char kStaged[] = "item";
 
 // Modes as they may stand on anything the helper makes.
-mode_t plain(std::uint32_t mode) { return mode_t(mode & 0777); }
+mode_t plain(std::uint32_t mode) {
+    return mode_t(mode & 0777);
+}
 
 // Builds the stream's entries in the staging folder. False, with the reason in `errors`, on
 // anything malformed or failed; what was made is left for the caller to remove.
@@ -30,13 +31,18 @@ public:
     // The reader said it could not read part of the source.
     bool unreadable() const { return m_unreadable; }
 
-    bool entry(char kind, int parent, std::string const& name, EntryHeader const& header, int depth) {
+    bool entry(char kind, int parent, std::string const& name, EntryHeader const& header,
+               int depth) {
         if (depth > kMaxDepth) return broken("folders nested too deep");
         switch (kind) {
-        case 'F': return file(parent, name, header);
-        case 'L': return link(parent, name, header);
-        case 'D': return folder(parent, name, header, depth);
-        default: return broken("an entry of no known kind");
+        case 'F':
+            return file(parent, name, header);
+        case 'L':
+            return link(parent, name, header);
+        case 'D':
+            return folder(parent, name, header, depth);
+        default:
+            return broken("an entry of no known kind");
         }
     }
     // The next kind byte; a failure reported by the reader ends the stream.
@@ -61,7 +67,8 @@ private:
     }
 
     bool file(int parent, std::string const& name, EntryHeader const& header) {
-        Fd const out(openat(parent, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+        Fd const out(openat(parent, name.c_str(),
+                            O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
         if (!out) return failed("cannot make " + name);
         std::string chunk;
         for (;;) {
@@ -69,7 +76,8 @@ private:
             if (!m_in.get(length)) return broken("a file's content is cut short");
             if (length == 0) break;
             chunk.resize(length);
-            if (length > kMaxChunk || !m_in.get(chunk.data(), length)) return broken("a file's content is malformed");
+            if (length > kMaxChunk || !m_in.get(chunk.data(), length))
+                return broken("a file's content is malformed");
             for (size_t at = 0; at < chunk.size();) {
                 ssize_t const n = write(out.get(), chunk.data() + at, chunk.size() - at);
                 if (n < 0 && errno == EINTR) continue;
@@ -84,19 +92,23 @@ private:
 
     bool link(int parent, std::string const& name, EntryHeader const& header) {
         std::string target;
-        if (!m_in.text(target, PATH_MAX - 1) || target.empty()) return broken("a link's target is malformed");
-        if (symlinkat(target.c_str(), parent, name.c_str()) != 0) return failed("cannot make the link " + name);
+        if (!m_in.text(target, PATH_MAX - 1) || target.empty())
+            return broken("a link's target is malformed");
+        if (symlinkat(target.c_str(), parent, name.c_str()) != 0)
+            return failed("cannot make the link " + name);
         utimensat(parent, name.c_str(), header.times, AT_SYMLINK_NOFOLLOW);
         return true;
     }
 
     bool folder(int parent, std::string const& name, EntryHeader const& header, int depth) {
-        if (mkdirat(parent, name.c_str(), 0700) != 0) return failed("cannot make the folder " + name);
+        if (mkdirat(parent, name.c_str(), 0700) != 0)
+            return failed("cannot make the folder " + name);
         Fd const made = openFolder(parent, name);
         if (!made) return failed("cannot open the folder " + name);
         for (char kind; next(kind);) {
             if (kind == 'E') {
-                if (fchmod(made.get(), plain(header.mode)) != 0 || futimens(made.get(), header.times) != 0)
+                if (fchmod(made.get(), plain(header.mode)) != 0 ||
+                    futimens(made.get(), header.times) != 0)
                     return failed("cannot set the mode and times of " + name);
                 return true;
             }
@@ -116,7 +128,8 @@ private:
 std::string makeStaging(int parent, std::string& errors) {
     static unsigned counter = 0;
     for (int attempt = 0; attempt < 100; ++attempt) {
-        std::string const name = ".rf-staging-" + std::to_string(getpid()) + "-" + std::to_string(++counter);
+        std::string const name =
+            ".rf-staging-" + std::to_string(getpid()) + "-" + std::to_string(++counter);
         if (mkdirat(parent, name.c_str(), 0700) == 0) return name;
         if (errno != EEXIST) break;
     }
@@ -125,7 +138,8 @@ std::string makeStaging(int parent, std::string& errors) {
 }
 
 // Moves everything staged in `from` into `into`, merging folders that stand at the same names.
-bool place(int from, int into, dev_t device, std::string const& shown, std::string& errors, int depth) {
+bool place(int from, int into, dev_t device, std::string const& shown, std::string& errors,
+           int depth) {
     bool ok = true;
     for (std::string const& name : namesIn(from)) {
         std::string const path = shown + "/" + name;
@@ -138,12 +152,14 @@ bool place(int from, int into, dev_t device, std::string const& shown, std::stri
         if (S_ISDIR(staged.st_mode) && exists && S_ISDIR(standing.st_mode)) {
             Fd const source = openFolder(from, name), target = openFolder(into, name);
             struct stat opened;
-            if (!source || !target || fstat(target.get(), &opened) != 0 || opened.st_dev != device || depth >= kMaxDepth) {
+            if (!source || !target || fstat(target.get(), &opened) != 0 ||
+                opened.st_dev != device || depth >= kMaxDepth) {
                 ok = false, errors += path + ": cannot merge into this folder\n";
                 continue;
             }
             ok = place(source.get(), target.get(), device, path, errors, depth + 1) && ok;
-            if (fchmod(target.get(), staged.st_mode & 0777) != 0 || futimens(target.get(), std::array{staged.st_atim, staged.st_mtim}.data()) != 0)
+            if (fchmod(target.get(), staged.st_mode & 0777) != 0 ||
+                futimens(target.get(), std::array{staged.st_atim, staged.st_mtim}.data()) != 0)
                 ok = false, errors += failure(path, "cannot set its mode and times");
             continue;
         }
@@ -151,9 +167,10 @@ bool place(int from, int into, dev_t device, std::string const& shown, std::stri
         // never a folder.
         unsigned const flags = S_ISDIR(staged.st_mode) ? RENAME_NOREPLACE : 0;
         if (renameat2(from, name.c_str(), into, name.c_str(), flags) != 0)
-            ok = false, errors += failure(path, exists && S_ISDIR(staged.st_mode) != S_ISDIR(standing.st_mode)
-                                                    ? "a folder and a file cannot replace each other"
-                                                    : "cannot put the copy in place");
+            ok = false,
+            errors += failure(path, exists && S_ISDIR(staged.st_mode) != S_ISDIR(standing.st_mode)
+                                        ? "a folder and a file cannot replace each other"
+                                        : "cannot put the copy in place");
     }
     return ok;
 }
@@ -161,9 +178,12 @@ bool place(int from, int into, dev_t device, std::string const& shown, std::stri
 // Empties the staging folder through its own descriptor, then removes it by name.
 void removeStaging(int parent, std::string const& name, int staging) {
     std::string ignored;
-    walkBelow(staging, name, [](int folder, std::string const& entry, struct stat const& info, std::string const&) {
-        return unlinkat(folder, entry.c_str(), S_ISDIR(info.st_mode) ? AT_REMOVEDIR : 0) == 0;
-    }, ignored);
+    walkBelow(
+        staging, name,
+        [](int folder, std::string const& entry, struct stat const& info, std::string const&) {
+            return unlinkat(folder, entry.c_str(), S_ISDIR(info.st_mode) ? AT_REMOVEDIR : 0) == 0;
+        },
+        ignored);
     unlinkat(parent, name.c_str(), AT_REMOVEDIR);
 }
 
@@ -175,8 +195,13 @@ CopyResult copyTree(std::string const& source, Pinned const& destination, UserId
     std::string const sourceName = source.substr(source.rfind('/') + 1);
     // A real folder at the destination receives the copy; else its parent does.
     Fd receiver;
-    if (destination.isFolder() && !(receiver = openFolder(destination.parent.get(), destination.name))) {
+    if (destination.isFolder() &&
+        !(receiver = openFolder(destination.parent.get(), destination.name))) {
         errors += failure(destination.path, "cannot open it");
+        return result;
+    }
+    if (receiver && !onSameFileSystem(destination.parent.get(), receiver.get())) {
+        errors += destination.path + ": another file system is mounted there; left alone\n";
         return result;
     }
     int const home = receiver ? receiver.get() : destination.parent.get();
@@ -186,8 +211,10 @@ CopyResult copyTree(std::string const& source, Pinned const& destination, UserId
     struct stat homeInfo, stagingInfo;
     if (!staging || fstat(home, &homeInfo) != 0 || fstat(staging.get(), &stagingInfo) != 0) {
         errors += failure(destination.path, "cannot open the staging folder");
-        if (staging) removeStaging(home, stagingName, staging.get());
-        else unlinkat(home, stagingName.c_str(), AT_REMOVEDIR);
+        if (staging)
+            removeStaging(home, stagingName, staging.get());
+        else
+            unlinkat(home, stagingName.c_str(), AT_REMOVEDIR);
         return result;
     }
 
@@ -201,14 +228,17 @@ CopyResult copyTree(std::string const& source, Pinned const& destination, UserId
         StreamIn in(stream);
         Stager stager(in, errors);
         EntryHeader header;
-        staged = stager.next(kind) && (kind == 'F' || kind == 'D' || kind == 'L') && readHeader(in, header) &&
-                 stager.entry(sourceKind = kind, staging.get(), kStaged, header, 0) && stager.next(kind) && kind == '.';
+        staged = stager.next(kind) && (kind == 'F' || kind == 'D' || kind == 'L') &&
+                 readHeader(in, header) &&
+                 stager.entry(sourceKind = kind, staging.get(), kStaged, header, 0) &&
+                 stager.next(kind) && kind == '.';
         result.unreadable = stager.unreadable();
         close(stream);
         int status = 0;
         while (waitpid(reader, &status, 0) < 0 && errno == EINTR) {
         }
-        if (staged && !(WIFEXITED(status) && WEXITSTATUS(status) == 0)) staged = false, errors += source + ": the reader failed\n";
+        if (staged && !(WIFEXITED(status) && WEXITSTATUS(status) == 0))
+            staged = false, errors += source + ": the reader failed\n";
         if (!staged && errors.empty()) errors += source + ": cannot be read whole\n";
     }
 
@@ -218,19 +248,24 @@ CopyResult copyTree(std::string const& source, Pinned const& destination, UserId
             // Merged into the folder itself, which takes the source's mode and times.
             Fd const top = openFolder(staging.get(), kStaged);
             struct stat info;
-            result.done = top && fstat(top.get(), &info) == 0 &&
-                          place(top.get(), receiver.get(), homeInfo.st_dev, destination.path, errors, 0);
-            if (result.done && (fchmod(receiver.get(), info.st_mode & 0777) != 0 ||
-                                futimens(receiver.get(), std::array{info.st_atim, info.st_mtim}.data()) != 0))
-                result.done = false, errors += failure(destination.path, "cannot set its mode and times");
+            result.done =
+                top && fstat(top.get(), &info) == 0 &&
+                place(top.get(), receiver.get(), homeInfo.st_dev, destination.path, errors, 0);
+            if (result.done &&
+                (fchmod(receiver.get(), info.st_mode & 0777) != 0 ||
+                 futimens(receiver.get(), std::array{info.st_atim, info.st_mtim}.data()) != 0))
+                result.done = false,
+                errors += failure(destination.path, "cannot set its mode and times");
         } else {
             // Renamed in as a whole: into the folder under the source's name, or onto the name.
             int const into = receiver ? receiver.get() : destination.parent.get();
             std::string const name = receiver ? sourceName : destination.name;
             unsigned const flags = folderSource ? RENAME_NOREPLACE : 0;
             result.done = renameat2(staging.get(), kStaged, into, name.c_str(), flags) == 0;
-            if (!result.done) errors += failure(destination.path, folderSource ? "something other than a folder stands there"
-                                                                              : "cannot put the copy in place");
+            if (!result.done)
+                errors += failure(destination.path,
+                                  folderSource ? "something other than a folder stands there"
+                                               : "cannot put the copy in place");
         }
     }
     removeStaging(home, stagingName, staging.get());

@@ -7,17 +7,17 @@
 // made belongs to whoever the helper runs as.
 #pragma once
 
-#include <string>
-
 #include "privileged/helper/pinned_path.h"
 #include "privileged/helper/user_ids.h"
+
+#include <string>
 
 namespace Refloom::Helper {
 
 struct CopyResult {
     bool done;
-    bool unreadable;     // the user may not read all of the source: nothing was copied
-    std::string errors;  // a line for each thing that went wrong
+    bool unreadable;    // the user may not read all of the source: nothing was copied
+    std::string errors; // a line for each thing that went wrong
 };
 
 // Copies `source` (a clean absolute path, read as `user`) to the pinned `destination`, whose

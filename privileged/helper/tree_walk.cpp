@@ -1,12 +1,11 @@
 #include "privileged/helper/tree_walk.h"
 
-#include <dirent.h>
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <cerrno>
 #include <cstring>
+#include <dirent.h>
+#include <fcntl.h>
 #include <memory>
+#include <unistd.h>
 
 namespace Refloom::Helper {
 namespace {
@@ -14,7 +13,8 @@ namespace {
 // Deeper than any tree the program installs; it bounds the descriptors a walk holds open.
 constexpr int kMaxDepth = 128;
 
-bool walk(int folder, dev_t device, std::string const& shown, Visit const& visit, std::string& errors, int depth) {
+bool walk(int folder, dev_t device, std::string const& shown, Visit const& visit,
+          std::string& errors, int depth) {
     if (depth > kMaxDepth) {
         errors += shown + ": folders nested too deep\n";
         return false;
@@ -35,11 +35,11 @@ bool walk(int folder, dev_t device, std::string const& shown, Visit const& visit
                 continue;
             }
             if (opened.st_dev != device) {
-                ok = false, errors += path + ": on another file system; left alone\n";
+                ok = false, errors += path + ": another file system is mounted there; left alone\n";
                 continue;
             }
             ok = walk(inner.get(), device, path, visit, errors, depth + 1) && ok;
-            info = opened;  // what was walked, whatever stands at the name now
+            info = opened; // what was walked, whatever stands at the name now
         }
         ok = visit(folder, name, info, path) && ok;
     }
@@ -54,6 +54,11 @@ std::string failure(std::string const& shown, std::string const& what) {
 
 Fd openFolder(int parent, std::string const& name) {
     return Fd(openat(parent, name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+}
+
+bool onSameFileSystem(int outer, int inner) {
+    struct stat a, b;
+    return fstat(outer, &a) == 0 && fstat(inner, &b) == 0 && a.st_dev == b.st_dev;
 }
 
 std::vector<std::string> namesIn(int folder) {
@@ -80,7 +85,8 @@ bool walkBelow(int folder, std::string const& shown, Visit const& visit, std::st
     return walk(folder, info.st_dev, shown, visit, errors, 0);
 }
 
-bool removeEntry(int parent, std::string const& name, std::string const& shown, std::string& errors) {
+bool removeEntry(int parent, std::string const& name, std::string const& shown,
+                 std::string& errors) {
     struct stat info;
     if (fstatat(parent, name.c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0) {
         if (errno == ENOENT) return true;
@@ -94,13 +100,24 @@ bool removeEntry(int parent, std::string const& name, std::string const& shown, 
             errors += failure(shown, "cannot open it");
             return false;
         }
-        ok = walkBelow(folder.get(), shown, [&](int inner, std::string const& entry, struct stat const& item, std::string const& path) {
-            if (unlinkat(inner, entry.c_str(), S_ISDIR(item.st_mode) ? AT_REMOVEDIR : 0) == 0 || errno == ENOENT) return true;
-            errors += failure(path, "cannot remove it");
+        if (!onSameFileSystem(parent, folder.get())) {
+            errors += shown + ": another file system is mounted there; left alone\n";
             return false;
-        }, errors);
+        }
+        ok = walkBelow(
+            folder.get(), shown,
+            [&](int inner, std::string const& entry, struct stat const& item,
+                std::string const& path) {
+                if (unlinkat(inner, entry.c_str(), S_ISDIR(item.st_mode) ? AT_REMOVEDIR : 0) == 0 ||
+                    errno == ENOENT)
+                    return true;
+                errors += failure(path, "cannot remove it");
+                return false;
+            },
+            errors);
     }
-    if (unlinkat(parent, name.c_str(), S_ISDIR(info.st_mode) ? AT_REMOVEDIR : 0) != 0 && errno != ENOENT) {
+    if (unlinkat(parent, name.c_str(), S_ISDIR(info.st_mode) ? AT_REMOVEDIR : 0) != 0 &&
+        errno != ENOENT) {
         if (ok) errors += failure(shown, "cannot remove it");
         return false;
     }

@@ -25,9 +25,12 @@ UserIds UserIds::of(uid_t uid, gid_t gid) {
 bool becomeUser(UserIds const& user) {
     // Groups first, while the rights to change them are still there.
     if (geteuid() == 0 && setgroups(user.groups.size(), user.groups.data()) != 0) return false;
-    if (setresgid(user.gid, user.gid, user.gid) != 0 || setresuid(user.uid, user.uid, user.uid) != 0) return false;
+    if (setresgid(user.gid, user.gid, user.gid) != 0 ||
+        setresuid(user.uid, user.uid, user.uid) != 0)
+        return false;
     uid_t real, effective, saved;
-    return getresuid(&real, &effective, &saved) == 0 && real == user.uid && effective == user.uid && saved == user.uid;
+    return getresuid(&real, &effective, &saved) == 0 && real == user.uid && effective == user.uid &&
+           saved == user.uid;
 }
 
 } // namespace Refloom::Helper

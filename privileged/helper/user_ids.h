@@ -4,7 +4,6 @@
 #pragma once
 
 #include <sys/types.h>
-
 #include <vector>
 
 namespace Refloom::Helper {
@@ -12,7 +11,7 @@ namespace Refloom::Helper {
 struct UserIds {
     uid_t uid;
     gid_t gid;
-    std::vector<gid_t> groups;  // the supplementary groups the system gives the user
+    std::vector<gid_t> groups; // the supplementary groups the system gives the user
 
     // The user's ids: the channel's peer, with the groups of its entry in the user database
     // (none when it has no entry).

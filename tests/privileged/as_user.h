@@ -2,20 +2,18 @@
 // helper, through "sudo -n", against a sandbox system root that root owns.
 #pragma once
 
-#include <gtest/gtest.h>
-#include <sys/stat.h>
-#include <unistd.h>
+#include "privileged/file_operations.h"
+#include "tests/fixtures/log_lines.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-
 #include <filesystem>
 #include <fstream>
+#include <gtest/gtest.h>
 #include <string>
-
-#include "privileged/file_operations.h"
-#include "tests/fixtures/log_lines.h"
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace rf_test {
 
@@ -28,26 +26,33 @@ struct AsUser {
     QString sandbox = qEnvironmentVariable("RF_PRIVILEGED_SANDBOX");
     QString helper = qEnvironmentVariable("RF_PRIVILEGED_HELPER");
     QString root;
-    QString spotlight = root + QStringLiteral("/Library/Spotlight");            // root's install root
-    QString mine = root + QStringLiteral("/home/u/Library/Spotlight");          // the user's install root
-    QString chrome = root + QStringLiteral("/Library/Application Support/Google/Chrome/External Extensions");
-    QString outside = root + QStringLiteral("/outside");  // root's, in no root: must never change
-    QString test = QString::fromLatin1(::testing::UnitTest::GetInstance()->current_test_info()->name());
+    QString spotlight = root + QStringLiteral("/Library/Spotlight");   // root's install root
+    QString mine = root + QStringLiteral("/home/u/Library/Spotlight"); // the user's install root
+    QString chrome =
+        root + QStringLiteral("/Library/Application Support/Google/Chrome/External Extensions");
+    QString outside = root + QStringLiteral("/outside"); // root's, in no root: must never change
+    QString test =
+        QString::fromLatin1(::testing::UnitTest::GetInstance()->current_test_info()->name());
     // A log of each test's own.
-    Refloom::InstallerLog log{Refloom::SystemRoot(sandbox + QStringLiteral("/log"), QLatin1Char('/') + test)};
+    Refloom::InstallerLog log{
+        Refloom::SystemRoot(sandbox + QStringLiteral("/log"), QLatin1Char('/') + test)};
     QString resources = QDir::cleanPath(QFileInfo(helper).path() + QStringLiteral("/../Resources"));
-    Refloom::CommandRunner runner{log, {resources, helper, resources, Refloom::SystemRoot(root, QStringLiteral("/home/u"))}};
+    Refloom::CommandRunner runner{
+        log, {resources, helper, resources, Refloom::SystemRoot(root, QStringLiteral("/home/u"))}};
     Refloom::FileOperations files{runner, log};
 
     QStringList messages() const { return logMessages(log.path()); }
     // A file of the user's own in the user's scratch folder, `name` or the test's name.
-    QString userFile(QString const& content = QStringLiteral("the user's"), QString name = QString()) const {
-        QString const path = sandbox + QStringLiteral("/log/") + (name.isEmpty() ? test + QStringLiteral(".txt") : name);
+    QString userFile(QString const& content = QStringLiteral("the user's"),
+                     QString name = QString()) const {
+        QString const path = sandbox + QStringLiteral("/log/") +
+                             (name.isEmpty() ? test + QStringLiteral(".txt") : name);
         std::ofstream(path.toStdString()) << content.toStdString();
         return path;
     }
     // Runs a tool row as administrator, as the file operations' retry does.
-    int asAdmin(Refloom::FileTool operation, QString const& first, QString const& second = QString()) {
+    int asAdmin(Refloom::FileTool operation, QString const& first,
+                QString const& second = QString()) {
         Refloom::ToolCall const call = runner.tools().call(operation, first, second);
         return runner.launchRootApp(call.tool, call.arguments);
     }
@@ -56,18 +61,22 @@ struct AsUser {
         namespace fs = std::filesystem;
         std::string state;
         std::error_code error;
-        for (fs::recursive_directory_iterator it(outside.toStdString(), fs::directory_options::skip_permission_denied, error), end;
+        for (fs::recursive_directory_iterator
+                 it(outside.toStdString(), fs::directory_options::skip_permission_denied, error),
+             end;
              it != end; it.increment(error)) {
             struct stat info;
             lstat(it->path().c_str(), &info);
-            state += it->path().string() + " " + std::to_string(info.st_mode) + " " + std::to_string(info.st_uid) + " " +
-                     std::to_string(info.st_size) + "\n";
+            state += it->path().string() + " " + std::to_string(info.st_mode) + " " +
+                     std::to_string(info.st_uid) + " " + std::to_string(info.st_size) + "\n";
         }
         return state;
     }
 };
 
-inline bool runByTheScript() { return geteuid() != 0 && qEnvironmentVariableIsSet("RF_PRIVILEGED_SANDBOX"); }
+inline bool runByTheScript() {
+    return geteuid() != 0 && qEnvironmentVariableIsSet("RF_PRIVILEGED_SANDBOX");
+}
 
 inline int modeOf(QString const& path) {
     struct stat info;
@@ -76,5 +85,6 @@ inline int modeOf(QString const& path) {
 
 } // namespace rf_test
 
-#define SKIP_UNLESS_RUN_BY_THE_SCRIPT() \
-    if (!rf_test::runByTheScript()) GTEST_SKIP() << "run by run_as_user.sh as an unprivileged user"
+#define SKIP_UNLESS_RUN_BY_THE_SCRIPT()                                                            \
+    if (!rf_test::runByTheScript()) GTEST_SKIP() << "run by run_as_user.sh as an unprivileged "    \
+                                                    "user"

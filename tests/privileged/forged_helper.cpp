@@ -1,8 +1,8 @@
 // A forger of the privileged helper, as an elevation command of the user's own choosing could
 // start one: it claims root in its greeting and says yes to every request, doing nothing.
-#include <string>
-
 #include "privileged/helper_protocol.h"
+
+#include <string>
 
 using namespace Refloom::HelperProtocol;
 

@@ -1,17 +1,16 @@
 // The privileged helper attacked as an unprivileged user would: one who may start it through
 // the real elevation ("sudo -n", set up by run_as_user.sh) and nothing else. One test a route.
+#include "privileged/helper_protocol.h"
+#include "tests/fixtures/privileged.h"
+#include "tests/privileged/as_user.h"
+
+#include <atomic>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
-#include <unistd.h>
-
-#include <atomic>
 #include <thread>
-
-#include "privileged/helper_protocol.h"
-#include "tests/fixtures/privileged.h"
-#include "tests/privileged/as_user.h"
+#include <unistd.h>
 
 using namespace Refloom;
 using rf_test::AsUser;
@@ -27,10 +26,13 @@ constexpr char kSudo[] = "/usr/bin/sudo -n";
 std::string setIdFiles(QString const& folder) {
     std::string found;
     std::error_code error;
-    for (fs::recursive_directory_iterator it(folder.toStdString(), fs::directory_options::skip_permission_denied, error), end;
+    for (fs::recursive_directory_iterator
+             it(folder.toStdString(), fs::directory_options::skip_permission_denied, error),
+         end;
          it != end; it.increment(error)) {
         struct stat info;
-        if (lstat(it->path().c_str(), &info) == 0 && S_ISREG(info.st_mode) && (info.st_mode & 06000) != 0)
+        if (lstat(it->path().c_str(), &info) == 0 && S_ISREG(info.st_mode) &&
+            (info.st_mode & 06000) != 0)
             found += it->path().string() + "\n";
     }
     return found;
@@ -45,9 +47,12 @@ std::string readable(std::string const& path) {
 // True when a regular file below `folder` that the user can read holds `text`.
 bool anyFileHolds(QString const& folder, std::string const& text) {
     std::error_code error;
-    for (fs::recursive_directory_iterator it(folder.toStdString(), fs::directory_options::skip_permission_denied, error), end;
+    for (fs::recursive_directory_iterator
+             it(folder.toStdString(), fs::directory_options::skip_permission_denied, error),
+         end;
          it != end; it.increment(error))
-        if (!it->is_symlink(error) && it->is_regular_file(error) && readable(it->path()).find(text) != std::string::npos)
+        if (!it->is_symlink(error) && it->is_regular_file(error) &&
+            readable(it->path()).find(text) != std::string::npos)
             return true;
     return false;
 }
@@ -58,10 +63,12 @@ uid_t ownerOf(QString const& path) {
 }
 
 // Swaps `path` and `other` (a real folder and a link) as fast as it can while `attack` runs.
-void whileSwapping(fs::path const& path, fs::path const& other, std::function<void()> const& attack) {
+void whileSwapping(fs::path const& path, fs::path const& other,
+                   std::function<void()> const& attack) {
     std::atomic<bool> done = false;
     std::thread swapper([&] {
-        while (!done) renameat2(AT_FDCWD, path.c_str(), AT_FDCWD, other.c_str(), RENAME_EXCHANGE);
+        while (!done)
+            renameat2(AT_FDCWD, path.c_str(), AT_FDCWD, other.c_str(), RENAME_EXCHANGE);
     });
     attack();
     done = true;
@@ -105,7 +112,8 @@ TEST(HelperAttack, NothingItMakesCarriesASetIdBitOrChangesHands) {
         EXPECT_EQ(setIdFiles(u.root), "");
     }
     // A system root of the user's own, with an owner root of its own.
-    QString const own = qEnvironmentVariable("RF_PRIVILEGED_SANDBOX") + QStringLiteral("/log/own root");
+    QString const own =
+        qEnvironmentVariable("RF_PRIVILEGED_SANDBOX") + QStringLiteral("/log/own root");
     AsUser u(own);
     fs::create_directories(u.chrome.toStdString());
     fs::create_directories((own + QStringLiteral("/home/u")).toStdString());
@@ -114,7 +122,8 @@ TEST(HelperAttack, NothingItMakesCarriesASetIdBitOrChangesHands) {
     u.asAdmin(FileTool::change_owner, shell);
     u.asAdmin(FileTool::chmod, shell, QStringLiteral("4755"));
     EXPECT_NE(ownerOf(shell), 0u);
-    EXPECT_FALSE(u.runner.authorization() == CommandRunner::Authorization::granted) << "a root of the user's own grants nothing";
+    EXPECT_FALSE(u.runner.authorization() == CommandRunner::Authorization::granted)
+        << "a root of the user's own grants nothing";
 }
 
 TEST(HelperAttack, AHardLinkIsNeverTakenForTheFileItNames) {
@@ -122,7 +131,7 @@ TEST(HelperAttack, AHardLinkIsNeverTakenForTheFileItNames) {
     ScopedEnv elevate("RF_ELEVATE", kSudo);
     AsUser u;
     std::string const before = u.outsideState();
-    QString const hard = u.spotlight + QStringLiteral("/hard link");  // to root's outside/linked
+    QString const hard = u.spotlight + QStringLiteral("/hard link"); // to root's outside/linked
     u.files.chmod(hard, QStringLiteral("666"));
     u.files.unlockFile(hard);
     u.files.copyPath(hard, u.mine + QStringLiteral("/linked copy"));
@@ -155,7 +164,9 @@ TEST(HelperAttack, ACopyNeverLandsWhereAFolderWasSwappedForALink) {
     QString const source = u.userFile(QStringLiteral("planted"), QStringLiteral("planted"));
     for (int round = 0; round < 500 && u.outsideState() == before; ++round) {
         folderAndLink(destination, other, u.outside.toStdString());
-        whileSwapping(destination, other, [&] { u.asAdmin(FileTool::copy, source, QString::fromStdString(destination)); });
+        whileSwapping(destination, other, [&] {
+            u.asAdmin(FileTool::copy, source, QString::fromStdString(destination));
+        });
     }
     EXPECT_EQ(u.outsideState(), before);
 }
@@ -174,13 +185,18 @@ TEST(HelperAttack, TreesAreWalkedByDescriptorNeverByPath) {
     fs::create_directories(source);
     std::ofstream((source / "top").string()) << "the user's";
     std::error_code error;
-    for (int round = 0; round < 300 && u.outsideState() == before && !anyFileHolds(destination, "vault secret"); ++round) {
-        folderAndLink(source / "sub", spareSource, (u.root + QStringLiteral("/vault")).toStdString());
+    for (int round = 0;
+         round < 300 && u.outsideState() == before && !anyFileHolds(destination, "vault secret");
+         ++round) {
+        folderAndLink(source / "sub", spareSource,
+                      (u.root + QStringLiteral("/vault")).toStdString());
         fs::create_directories(destination.toStdString(), error);
-        folderAndLink(destination.toStdString() + "/sub", spareDestination, u.outside.toStdString());
+        folderAndLink(destination.toStdString() + "/sub", spareDestination,
+                      u.outside.toStdString());
         whileSwapping(source / "sub", spareSource, [&] {
-            whileSwapping(destination.toStdString() + "/sub", spareDestination,
-                          [&] { u.asAdmin(FileTool::copy, QString::fromStdString(source.string()), destination); });
+            whileSwapping(destination.toStdString() + "/sub", spareDestination, [&] {
+                u.asAdmin(FileTool::copy, QString::fromStdString(source.string()), destination);
+            });
         });
     }
     EXPECT_EQ(u.outsideState(), before);
@@ -197,9 +213,10 @@ TEST(HelperAttack, NothingIsReadForTheUserThatTheUserMayNotRead) {
     ASSERT_EQ(readable(stack.toStdString()), "");
     QString const stolen = u.mine + QStringLiteral("/stack");
     u.files.copyPath(stack, stolen);
-    EXPECT_EQ(readable(stolen.toStdString()), "");  // the user's own attempt may leave it empty
+    EXPECT_EQ(readable(stolen.toStdString()), ""); // the user's own attempt may leave it empty
     // A file root keeps in a folder closed to the user.
-    u.asAdmin(FileTool::copy, u.root + QStringLiteral("/vault/secret"), u.mine + QStringLiteral("/vault"));
+    u.asAdmin(FileTool::copy, u.root + QStringLiteral("/vault/secret"),
+              u.mine + QStringLiteral("/vault"));
     EXPECT_FALSE(anyFileHolds(u.mine, "vault secret"));
 }
 
@@ -218,11 +235,13 @@ TEST(HelperAttack, AnotherProcessOfTheUserCannotTakeItsChannel) {
         char byte;
         if (read(go[0], &byte, 1) != 1) _exit(2);
         int const process = int(syscall(SYS_pidfd_open, client, 0));
-        std::string const request = *HelperProtocol::encodeRequest(1, {FileTool::make_dir, {target.toStdString()}});
+        std::string const request =
+            *HelperProtocol::encodeRequest(1, {FileTool::make_dir, {target.toStdString()}});
         for (int fd = 0; fd < 256 && process >= 0; ++fd) {
             int const taken = int(syscall(SYS_pidfd_getfd, process, fd, 0));
             struct stat info;
-            if (taken >= 0 && fstat(taken, &info) == 0 && S_ISSOCK(info.st_mode)) HelperProtocol::writeFrame(taken, request);
+            if (taken >= 0 && fstat(taken, &info) == 0 && S_ISSOCK(info.st_mode))
+                HelperProtocol::writeFrame(taken, request);
             if (taken >= 0) close(taken);
         }
         _exit(0);
@@ -244,7 +263,7 @@ TEST(HelperAttack, AHelperIsBelievedOnlyOnTheKernelsWord) {
     AsUser u;
     QString const kept = u.spotlight + QStringLiteral("/kept");
     EXPECT_FALSE(u.runner.authenticate());
-    EXPECT_FALSE(u.files.removeFile(kept));  // the refusal's usual "done"
+    EXPECT_FALSE(u.files.removeFile(kept)); // the refusal's usual "done"
     EXPECT_TRUE(QFileInfo::exists(kept));
     EXPECT_TRUE(u.messages().contains(QStringLiteral("Authentication status :Failed")));
     EXPECT_TRUE(u.messages().filter(QStringLiteral("Running as admin")).isEmpty());
@@ -254,11 +273,14 @@ TEST(HelperAttack, AFailedAdministratorStepIsLoggedAsFailed) {
     SKIP_UNLESS_RUN_BY_THE_SCRIPT();
     ScopedEnv elevate("RF_ELEVATE", kSudo);
     AsUser u;
-    QString const folder = u.spotlight + QStringLiteral("/kept");  // "rm -f" removes no folder
+    QString const folder = u.spotlight + QStringLiteral("/kept"); // "rm -f" removes no folder
     u.asAdmin(FileTool::remove_file, folder);
     u.asAdmin(FileTool::chmod, u.spotlight + QStringLiteral("/target"), QStringLiteral("640"));
     EXPECT_TRUE(QFileInfo::exists(folder));
-    QStringList const failures = u.messages().filter(QStringLiteral("The administrator run failed"));
+    QStringList const failures =
+        u.messages().filter(QStringLiteral("The administrator run failed"));
     EXPECT_EQ(failures.join(QLatin1Char('\n')).toStdString(),
-              QStringLiteral("The administrator run failed: /bin/rm -f -- %1 Exit status: 1").arg(folder).toStdString());
+              QStringLiteral("The administrator run failed: /bin/rm -f -- %1 Exit status: 1")
+                  .arg(folder)
+                  .toStdString());
 }

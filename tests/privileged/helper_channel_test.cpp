@@ -1,19 +1,17 @@
 // The privileged helper's channel attacked: who may write on it, what a frame must be, and
 // whom the program believes.
-#include <gtest/gtest.h>
+#include "privileged/helper_protocol.h"
+#include "tests/fixtures/privileged.h"
+#include "tests/privileged/helper_fixture.h"
+
+#include <QDir>
 #include <fcntl.h>
+#include <filesystem>
+#include <gtest/gtest.h>
 #include <spawn.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
-
-#include <QDir>
-
-#include <filesystem>
-
-#include "privileged/helper_protocol.h"
-#include "tests/fixtures/privileged.h"
-#include "tests/privileged/helper_fixture.h"
 
 using namespace Refloom;
 using rf_test::HelperBundle;
@@ -46,7 +44,8 @@ TEST(PrivilegedHelper, ItsChannelCannotBeReachedThroughProc) {
     pid_t const child = fork();
     if (child == 0) {
         int opened = 0;
-        std::error_code error;  // not even listed, as the client is not dumpable, unless this is root
+        std::error_code
+            error; // not even listed, as the client is not dumpable, unless this is root
         for (fs::directory_iterator it(fds, error), end; it != end; it.increment(error)) {
             auto const& entry = *it;
             if (fs::read_symlink(entry.path(), error).string().starts_with("socket:")) {
@@ -58,15 +57,19 @@ TEST(PrivilegedHelper, ItsChannelCannotBeReachedThroughProc) {
     }
     int status = -1;
     waitpid(child, &status, 0);
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "a socket was opened through /proc";
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0)
+        << "a socket was opened through /proc";
     EXPECT_EQ(helper->run({FileTool::make_dir, {b.spotlight + "/still"}}).status, 0);
 }
 
 TEST(PrivilegedHelper, AnythingButWholeFramesInTurnEndsIt) {
     HelperBundle b;
-    std::string const request = *HelperProtocol::encodeRequest(1, {FileTool::make_dir, {b.spotlight + "/x"}});
-    std::string const later = *HelperProtocol::encodeRequest(2, {FileTool::make_dir, {b.spotlight + "/y"}});
-    std::string const skipped = *HelperProtocol::encodeRequest(5, {FileTool::make_dir, {b.spotlight + "/z"}});
+    std::string const request =
+        *HelperProtocol::encodeRequest(1, {FileTool::make_dir, {b.spotlight + "/x"}});
+    std::string const later =
+        *HelperProtocol::encodeRequest(2, {FileTool::make_dir, {b.spotlight + "/y"}});
+    std::string const skipped =
+        *HelperProtocol::encodeRequest(5, {FileTool::make_dir, {b.spotlight + "/z"}});
     std::uint32_t const tooLong = HelperProtocol::kMaxRequest + 1;
     enum How { raw, framed, byAnotherProcess };
     struct Attack {
@@ -74,10 +77,11 @@ TEST(PrivilegedHelper, AnythingButWholeFramesInTurnEndsIt) {
         How how;
     };
     Attack const cases[] = {
-        {std::string(reinterpret_cast<char const*>(&tooLong), 4), raw},     // a frame over the limit
-        {skipped, framed},                                                  // out of turn
-        {request.substr(0, request.size() - 3) + later, framed},            // a short body swallowing the next
-        {request, byAnotherProcess},  // a process that holds the channel but did not start the helper
+        {std::string(reinterpret_cast<char const*>(&tooLong), 4), raw}, // a frame over the limit
+        {skipped, framed},                                              // out of turn
+        {request.substr(0, request.size() - 3) + later, framed}, // a short body swallowing the next
+        {request,
+         byAnotherProcess}, // a process that holds the channel but did not start the helper
     };
     for (Attack const& attack : cases) {
         int ends[2];
@@ -87,7 +91,8 @@ TEST(PrivilegedHelper, AnythingButWholeFramesInTurnEndsIt) {
         std::string greeting;
         ASSERT_TRUE(HelperProtocol::readFrame(ends[0], greeting, 64));
         if (attack.how == raw) {
-            ASSERT_EQ(write(ends[0], attack.bytes.data(), attack.bytes.size()), ssize_t(attack.bytes.size()));
+            ASSERT_EQ(write(ends[0], attack.bytes.data(), attack.bytes.size()),
+                      ssize_t(attack.bytes.size()));
         } else if (attack.how == framed) {
             HelperProtocol::writeFrame(ends[0], attack.bytes);
         } else {
@@ -99,7 +104,7 @@ TEST(PrivilegedHelper, AnythingButWholeFramesInTurnEndsIt) {
         ASSERT_EQ(waitpid(pid, &status, 0), pid);
         EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) != 0) << status;
         char more;
-        EXPECT_EQ(read(ends[0], &more, 1), 0);  // no reply to anything
+        EXPECT_EQ(read(ends[0], &more, 1), 0); // no reply to anything
         close(ends[0]);
     }
     EXPECT_TRUE(QDir(QString::fromStdString(b.spotlight)).isEmpty());
@@ -134,22 +139,23 @@ TEST(PrivilegedHelper, RepliesAreTakenOnlyFromTheProcessThatGreeted) {
     HelperBundle b;
     // A forger that starts the real helper on the channel, keeps the channel too, and slips in
     // a reply of its own for the next request.
-    std::string const forged = b.scratch.write(
-        "forged", [] {
-            std::string const body = HelperProtocol::encodeReply({2, 0, 0, "forged\n"});
-            std::uint32_t const length = std::uint32_t(body.size());
-            return std::string(reinterpret_cast<char const*>(&length), 4) + body;
-        }());
+    std::string const forged = b.scratch.write("forged", [] {
+        std::string const body = HelperProtocol::encodeReply({2, 0, 0, "forged\n"});
+        std::uint32_t const length = std::uint32_t(body.size());
+        return std::string(reinterpret_cast<char const*>(&length), 4) + body;
+    }());
     rf_test::ScopedEnv path("FORGED", forged.c_str());
     std::uint32_t user = 0;
-    auto helper = HelperClient::spawn({"/bin/sh", "-c", "exec 3<&0; \"$0\" \"$@\" 0<&3 & sleep 0.3; cat \"$FORGED\"",
-                                       QString::fromStdString(b.helper), "--root", QString::fromStdString(b.root), "--home",
-                                       QString::fromStdString(b.home)},
-                                      {}, user);
+    auto helper = HelperClient::spawn(
+        {"/bin/sh", "-c", "exec 3<&0; \"$0\" \"$@\" 0<&3 & sleep 0.3; cat \"$FORGED\"",
+         QString::fromStdString(b.helper), "--root", QString::fromStdString(b.root), "--home",
+         QString::fromStdString(b.home)},
+        {}, user);
     ASSERT_TRUE(helper);
     EXPECT_EQ(helper->run({FileTool::make_dir, {b.spotlight + "/first"}}).exitStatus, 0);
-    usleep(800000);  // the forged reply is in the channel now, before the real one
-    HelperClient::Result const second = helper->run({FileTool::make_dir, {b.spotlight + "/second"}});
+    usleep(800000); // the forged reply is in the channel now, before the real one
+    HelperClient::Result const second =
+        helper->run({FileTool::make_dir, {b.spotlight + "/second"}});
     EXPECT_NE(second.output, QByteArray("forged\n"));
     EXPECT_EQ(second.status, HelperProtocol::kExecuteFailed);
     EXPECT_FALSE(helper->isRunning());

@@ -1,13 +1,12 @@
 // The helper's copy: what the Mac's ditto does, without ever writing through what stands at
 // the destination, and all or nothing when the source cannot be read whole.
-#include <gtest/gtest.h>
+#include "tests/privileged/helper_fixture.h"
+
 #include <fcntl.h>
+#include <filesystem>
+#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
-
-#include <filesystem>
-
-#include "tests/privileged/helper_fixture.h"
 
 using namespace Refloom;
 using rf_test::HelperBundle;
@@ -93,7 +92,8 @@ TEST(HelperCopy, NothingItMakesCarriesASetIdOrStickyBit) {
     }
     EXPECT_EQ(statusOf(copied).st_mode & 0777, 0777u);
     for (char const* mode : {"u+s", "+s", "0o755", "75 5", "12345", ""})
-        EXPECT_EQ(helper->run({FileTool::chmod, {copied, mode}}).status, HelperProtocol::kDenied) << mode;
+        EXPECT_EQ(helper->run({FileTool::chmod, {copied, mode}}).status, HelperProtocol::kDenied)
+            << mode;
 }
 
 TEST(HelperCopy, ASourceThatCannotBeReadWholeChangesNothing) {
@@ -109,11 +109,15 @@ TEST(HelperCopy, ASourceThatCannotBeReadWholeChangesNothing) {
     b.scratch.write("linked/a", "new a");
     fs::create_hard_link(b.scratch / "linked/a", b.scratch / "elsewhere");
     for (char const* source : {"fifo", "linked", "missing"}) {
-        HelperClient::Result const result = helper->run({FileTool::copy, {b.scratch / source, destination}});
+        HelperClient::Result const result =
+            helper->run({FileTool::copy, {b.scratch / source, destination}});
         EXPECT_EQ(result.status, HelperProtocol::kDenied) << source;
-        EXPECT_TRUE(result.output.startsWith("refused: not copied: ")) << result.output.toStdString();
+        EXPECT_TRUE(result.output.startsWith("refused: not copied: "))
+            << result.output.toStdString();
     }
     // Nor are the folders it would have made on the way left behind.
-    EXPECT_EQ(helper->run({FileTool::copy, {b.scratch / "fifo", b.spotlight + "/made/on the way"}}).status, HelperProtocol::kDenied);
+    EXPECT_EQ(helper->run({FileTool::copy, {b.scratch / "fifo", b.spotlight + "/made/on the way"}})
+                  .status,
+              HelperProtocol::kDenied);
     EXPECT_EQ(treeState(b.spotlight), before);
 }

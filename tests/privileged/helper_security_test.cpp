@@ -199,3 +199,25 @@ TEST(PrivilegedHelper, AFifoInPlaceOfAnInfoPlistIsRefusedAtOnce) {
     ASSERT_TRUE(helper);
     EXPECT_EQ(helper->run({FileTool::run_patch, {"-d", b.product, "-i", b.resources + "/Patchfile.patch"}}).status, kDenied);
 }
+
+TEST(PrivilegedHelper, NothingOnAnotherFileSystemMountedInARootIsTouched) {
+    if (geteuid() != 0) GTEST_SKIP() << "mounting a file system needs root";
+    HelperBundle b;
+    std::string const outer = b.spotlight + "/outer", mounted = outer + "/mounted";
+    fs::create_directories(mounted);
+    if (rf_test::run("mount -t tmpfs rf-test '" + mounted + "'") != 0) GTEST_SKIP() << "tmpfs cannot be mounted here";
+    struct Unmount {
+        std::string path;
+        ~Unmount() { rf_test::run("umount '" + path + "'"); }
+    } const unmount{mounted};
+    b.scratch.write("root/Library/Spotlight/outer/mounted/kept", "kept");
+    b.scratch.write("source/a", "a");
+    auto helper = b.start();
+    ASSERT_TRUE(helper);
+    for (FileTool operation : {FileTool::remove_folder, FileTool::unlock_dir})
+        for (std::string const& folder : {outer, mounted})
+            EXPECT_EQ(helper->run({operation, {folder}}).exitStatus, 1) << int(operation) << " " << folder;
+    EXPECT_EQ(helper->run({FileTool::copy, {b.scratch / "source", mounted}}).exitStatus, 1);
+    EXPECT_EQ(rf_test::read_file(mounted + "/kept"), "kept");
+    EXPECT_FALSE(fs::exists(mounted + "/a"));
+}
