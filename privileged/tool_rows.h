@@ -1,6 +1,7 @@
 // The file operations the program carries out through system tools, and each one's tool and
-// argument pattern on this platform. Plain C++: the privileged helper builds its argument
-// vectors from these same rows, so what the user runs and what root runs never drift apart.
+// argument pattern on this platform. Plain C++: the program maps an administrator retry back to
+// its named operation through these same rows, and the privileged helper checks the operand
+// count of a request against them; the helper then does the operation's work itself.
 #pragma once
 
 #include <optional>

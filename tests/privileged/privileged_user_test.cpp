@@ -4,21 +4,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <atomic>
-#include <thread>
-
 #include "tests/fixtures/privileged.h"
 #include "tests/privileged/as_user.h"
 
 using namespace Refloom;
 using rf_test::AsUser;
 namespace fs = std::filesystem;
-
-namespace {
-
-int mode(QString const& path) { return rf_test::modeOf(path); }
-
-} // namespace
 
 TEST(AsUnprivilegedUser, LockedRootFolderIsRemovedAsAdministratorAfterOnePrompt) {
     SKIP_UNLESS_RUN_BY_THE_SCRIPT();
@@ -100,7 +91,7 @@ TEST(AsUnprivilegedUser, LinksAreNeverFollowedAsAdministrator) {
     EXPECT_TRUE(u.files.copyPath(u.outside + QStringLiteral("/secret"), u.spotlight + QStringLiteral("/stolen")));
     EXPECT_FALSE(QFileInfo::exists(u.spotlight + QStringLiteral("/stolen")));
     EXPECT_EQ(u.outsideState(), before);
-    EXPECT_EQ(mode(u.outside + QStringLiteral("/secret")), 0600);
+    EXPECT_EQ(rf_test::modeOf(u.outside + QStringLiteral("/secret")), 0600);
 
     // A link is only ever acted on as itself: replaced by a copy, replaced by a rename.
     EXPECT_FALSE(u.files.copyPath(u.userFile(), link));
@@ -109,46 +100,4 @@ TEST(AsUnprivilegedUser, LinksAreNeverFollowedAsAdministrator) {
     EXPECT_FALSE(QFileInfo(folderLink).isSymLink());
     EXPECT_EQ(u.outsideState(), before);
     EXPECT_EQ(u.messages().count(QStringLiteral("Authenticate")), 1);
-}
-
-TEST(AsUnprivilegedUser, AnOverLongArgumentLeavesTheNextRequestIntact) {
-    SKIP_UNLESS_RUN_BY_THE_SCRIPT();
-    rf_test::ScopedEnv elevate("RF_ELEVATE", "/usr/bin/sudo -n");
-    AsUser u;
-    QStringList const before = QDir(u.spotlight).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::System);
-    QString const tooLong = u.spotlight + QLatin1Char('/') + QString(5000, QLatin1Char('x')) + QStringLiteral("\n");
-    EXPECT_EQ(u.runner.launchRootApp(QStringLiteral("/bin/chmod"), QStringList{"--", "700", tooLong}), -60005);
-    QString const target = u.spotlight + QStringLiteral("/target");
-    EXPECT_EQ(u.runner.launchRootApp(QStringLiteral("/bin/chmod"), QStringList{"--", "600", target}), 0);
-    EXPECT_EQ(mode(target), 0600);
-    EXPECT_EQ(QDir(u.spotlight).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::System), before);
-}
-
-TEST(AsUnprivilegedUser, ALinkFlippedDuringTheChecksIsNeverFollowed) {
-    SKIP_UNLESS_RUN_BY_THE_SCRIPT();
-    rf_test::ScopedEnv elevate("RF_ELEVATE", "/usr/bin/sudo -n");
-    AsUser u;
-    std::string const before = u.outsideState();
-    // In the user's own install root, "flip" is now a folder of the user's, now a link to root's.
-    fs::path const mine = (u.root + QStringLiteral("/home/u/Library/Spotlight")).toStdString();
-    fs::path const flip = mine / "flip", folder = mine / "real", link = mine / "link";
-    fs::create_directories(folder);
-    std::ofstream((folder / "secret").string()) << "mine";
-    fs::create_symlink(u.outside.toStdString(), link);
-    std::atomic<bool> done = false;
-    std::thread flipper([&] {
-        while (!done) {
-            rename(folder.c_str(), flip.c_str());
-            rename(flip.c_str(), folder.c_str());
-            rename(link.c_str(), flip.c_str());
-            rename(flip.c_str(), link.c_str());
-        }
-    });
-    QString const target = QString::fromStdString((flip / "secret").string());
-    for (int i = 0; i < 2000; ++i)
-        u.runner.launchRootApp(QStringLiteral("/bin/chmod"), QStringList{"--", "777", target});
-    done = true;
-    flipper.join();
-    EXPECT_EQ(u.outsideState(), before);
-    EXPECT_EQ(mode(u.outside + QStringLiteral("/secret")), 0600);
 }
