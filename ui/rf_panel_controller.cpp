@@ -4,6 +4,7 @@
 #include <QDialog>
 #include <QLabel>
 #include <QPixmap>
+#include <QPushButton>
 
 #include "ui/window_files.h"
 
@@ -42,15 +43,20 @@ int rfPanelController::showSheetOnWindow(QWidget* parent, QString const& title, 
         int answer;
     };
     Choice const choices[] = {{"defBtn", defaultButton, 1}, {"altBtn", alternateButton, 0}, {"othBtn", otherButton, -1}};
+    // Return presses the default button, which is drawn as such, and Escape answers as it does:
+    // a question that destroys something ("Uninstall ...?") has "No" there.
     int result = 1;
     for (Choice const& choice : choices) {
-        auto* button = panel->findChild<QAbstractButton*>(QString::fromLatin1(choice.name));
+        auto* button = panel->findChild<QPushButton*>(QString::fromLatin1(choice.name));
         setButton(button, choice.text, choice.answer == 1);
-        if (button)
-            QObject::connect(button, &QAbstractButton::clicked, panel, [panel, &result, answer = choice.answer] {
-                result = answer;
-                panel->accept();
-            });
+        if (!button) continue;
+        button->setAutoDefault(false);
+        button->setDefault(choice.answer == 1);
+        if (choice.answer == 1) button->setFocus();
+        QObject::connect(button, &QAbstractButton::clicked, panel, [panel, &result, answer = choice.answer] {
+            result = answer;
+            panel->accept();
+        });
     }
     panel->exec();
     return result;

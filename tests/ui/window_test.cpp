@@ -44,6 +44,19 @@ void answerSheetWith(char const* button) {
     });
 }
 
+// Presses a key on the sheet as soon as it shows, as a person at the keyboard would.
+void pressOnSheet(Qt::Key key) {
+    auto* poll = new QTimer;
+    QObject::connect(poll, &QTimer::timeout, [poll, key] {
+        QWidget* sheet = QApplication::activeModalWidget();
+        if (!sheet || !sheet->findChild<QAbstractButton*>("defBtn")) return;
+        poll->stop();
+        poll->deleteLater();
+        QTest::keyClick(sheet->focusWidget() ? sheet->focusWidget() : sheet, key);
+    });
+    poll->start(5);
+}
+
 } // namespace
 
 TEST(Window, ItsFileHoldsEveryOutletTheCodeNames) {
@@ -137,6 +150,22 @@ TEST(Window, TheWebEditionsChoicesAndItsQuestion) {
     install.controller->startRFWebInstallState();
     install.click("nextBtn");  // "Install" is the first choice: on to the components
     EXPECT_EQ(install.view->selectedPage(), 6);
+}
+
+TEST(Window, ReturnOrEscapeOnTheUninstallQuestionUninstallsNothing) {
+    for (Qt::Key key : {Qt::Key_Return, Qt::Key_Enter, Qt::Key_Escape}) {
+        Shown web;
+        web.controller->startRFWebInstallState();
+        web.view->window()->findChild<QWidget*>("matRFWInstall")->findChildren<QAbstractButton*>().at(1)->click();
+        pressOnSheet(key);
+        web.click("nextBtn");
+        EXPECT_EQ(web.view->selectedPage(), 26) << key;  // still asking: nothing was removed
+        Shown custom;
+        custom.controller->startCustomState();
+        pressOnSheet(key);
+        custom.click("uninstallBtn");
+        EXPECT_EQ(custom.view->selectedPage(), 6) << key;
+    }
 }
 
 TEST(Window, TheCustomFlowWalksToItsEndByClicking) {
