@@ -22,8 +22,8 @@ constexpr PageText kPages[] = {
     {12, QT_TRID_NOOP("Microsoft Word is running. Please quit Word, then go on to try again.")},
     {13, QT_TRID_NOOP("Choose where to install the Spotlight importer and the Services helper.")},
     {14, QT_TRID_NOOP("The updater will look for the copies of Refloom 2025 on this computer and update each one you choose.")},
-    {17, QT_TRID_NOOP("The update has finished. The log tells each step.")},
-    {18, QT_TRID_NOOP("No copy of Refloom 2025 that this update applies to was found on this computer.")},
+    {17, QT_TRID_NOOP("The update has finished. What became of each copy:")},
+    {18, QT_TRID_NOOP("Nothing was updated.")},
 };
 
 // The outlets whose text is progress: printed as they change.
@@ -94,6 +94,8 @@ void ConsoleView::showPage() {
     for (PageText const& page : kPages)
         if (page.panel == m_page) print(localized(page.text));
     if (m_page == 16) print(m_texts.value(QStringLiteral("patchFound")).trimmed());
+    if (m_page == 17) print(m_texts.value(QStringLiteral("doneText")));
+    if (m_page == 18) print(m_texts.value(QStringLiteral("nothingText")));
     if (m_page == 6) showComponents();
 }
 

@@ -36,12 +36,15 @@ void RunOutcome::recordEnd(bool wordRunning, bool stuck, bool cancelled) {
     m_wordRunning = wordRunning;
     m_stuck = stuck;
     m_cancelled = cancelled;
-    if (m_line.flow == CommandLine::Flow::patch || wordRunning || cancelled) return;
-    // What was chosen, before the check pass below resets it to what it finds.
-    for (int rule = 0; rule < m_controller.rules().count(); ++rule) m_chosen.append(m_controller.rules().getItemState(rule));
-    // The state each component has now, as a check pass finds it.
-    m_controller.driver().installCheck();
-    for (int rule = 0; rule < m_controller.rules().count(); ++rule) m_after.append(m_controller.rules().getItemInitialState(rule));
+    if (m_line.flow != CommandLine::Flow::patch && !wordRunning && !cancelled) {
+        // What was chosen, before the check pass below resets it to what it finds.
+        for (int rule = 0; rule < m_controller.rules().count(); ++rule) m_chosen.append(m_controller.rules().getItemState(rule));
+        // The state each component has now, as a check pass finds it.
+        m_controller.driver().installCheck();
+        for (int rule = 0; rule < m_controller.rules().count(); ++rule) m_after.append(m_controller.rules().getItemInitialState(rule));
+    }
+    // The log closes with what the run did, whichever way it ended.
+    for (QString const& line : summary()) m_controller.log().logMessage(QStringLiteral("Summary: ") + line);
 }
 
 int RunOutcome::status() const {
@@ -51,10 +54,15 @@ int RunOutcome::status() const {
     bool const refused = m_controller.runner().lastAnswer() == CommandRunner::Authorization::refused;
     if (m_line.flow == CommandLine::Flow::patch) {
         QList<PatchFlow::Copy> const& copies = m_controller.patchFlow().copies();
-        if (std::none_of(copies.begin(), copies.end(), [](PatchFlow::Copy const& c) { return c.patchable; })) return exit_nothing_found;
+        auto const is = [](PatchFlow::Copy::Outcome outcome) {
+            return [outcome](PatchFlow::Copy const& c) { return c.outcome() == outcome; };
+        };
+        bool const found = std::any_of(copies.begin(), copies.end(), [](PatchFlow::Copy const& c) {
+            return c.patchable() || c.outcome() == PatchFlow::Copy::Outcome::upToDate;
+        });
+        if (!found) return exit_nothing_found;
         if (refused) return exit_refused;
-        bool const failed = std::any_of(copies.begin(), copies.end(), [](PatchFlow::Copy const& c) { return c.answered && !c.patched; });
-        return failed ? exit_some_failed : exit_done;
+        return std::any_of(copies.begin(), copies.end(), is(PatchFlow::Copy::Outcome::failed)) ? exit_some_failed : exit_done;
     }
     if (refused) return exit_refused;
     // An install that the check pass does not find afterwards has failed; removals whose
@@ -80,13 +88,21 @@ QJsonArray RunOutcome::components() const {
 
 QJsonObject RunOutcome::report() const {
     QJsonArray copies;
-    for (PatchFlow::Copy const& copy : m_controller.patchFlow().copies())
-        copies.append(QJsonObject{{"path", copy.folder},
-                                  {"versionBefore", copy.versionBefore},
-                                  {"versionAfter", copy.answered ? copy.versionAfter : copy.versionBefore},
-                                  {"dryRun", copy.patchable ? "patchable" : "unpatchable"},
-                                  {"patch", copy.upToDateBefore() ? "up to date" : copy.patched ? "patched" : copy.answered ? "failed" : copy.offered ? "declined" : "not offered"},
-                                  {"administrator", copy.administrator}});
+    for (PatchFlow::Copy const& copy : m_controller.patchFlow().copies()) {
+        bool const upToDate = copy.outcome() == PatchFlow::Copy::Outcome::upToDate;
+        QJsonObject entry{{"path", copy.folder},
+                          {"versionBefore", copy.versionBefore},
+                          {"versionAfter", copy.answered ? copy.versionAfter : copy.versionBefore},
+                          {"dryRun", copy.patchable() ? "patchable" : upToDate ? "up to date" : "unpatchable"},
+                          {"patch", copy.reportName()},
+                          {"administrator", copy.administrator}};
+        // Why a copy found was not updated, in the words of the Finish page.
+        QString const reason = copy.outcome() == PatchFlow::Copy::Outcome::failed ? copy.failure
+                               : copy.outcome() == PatchFlow::Copy::Outcome::unpatchable ? PatchFlow::Copy::refusal(copy.dryRun)
+                                                                                        : QString();
+        if (!reason.isEmpty()) entry.insert(QStringLiteral("reason"), reason);
+        copies.append(entry);
+    }
     int const exit = status();
     return QJsonObject{{"program", "Refloom 2025 Updater"},
                        {"flow", flowName(m_line.flow)},
@@ -100,20 +116,10 @@ QJsonObject RunOutcome::report() const {
 }
 
 QStringList RunOutcome::summary() const {
-    QStringList lines;
-    for (PatchFlow::Copy const& copy : m_controller.patchFlow().copies()) {
-        if (copy.upToDateBefore())
-            lines << QStringLiteral("Already up to date: %1 (%2)").arg(copy.folder, copy.versionAfter);
-        else if (copy.patched)
-            lines << QStringLiteral("Updated: %1 (%2 -> %3)").arg(copy.folder, copy.versionBefore, copy.versionAfter);
-        else if (copy.answered)
-            lines << QStringLiteral("Not updated: %1").arg(copy.folder);
-        else if (!copy.patchable)
-            lines << QStringLiteral("Cannot be updated (not as this update expects): %1").arg(copy.folder);
-        else
-            lines << QStringLiteral("Left as it was: %1").arg(copy.folder);
-    }
-    if (m_line.flow == CommandLine::Flow::patch && lines.isEmpty() && !m_cancelled) lines << QStringLiteral("No copy of Refloom 2025 was found.");
+    QStringList lines = m_controller.patchFlow().outcomeLines();
+    bool const searched = !m_cancelled && !m_wordRunning && !m_stuck;
+    if (m_line.flow == CommandLine::Flow::patch && lines.isEmpty() && searched)
+        lines << QStringLiteral("No copy of Refloom 2025 was found.");
     for (QJsonValue const& value : components()) {
         QJsonObject const c = value.toObject();
         lines << QStringLiteral("%1: %2 (was %3, now %4)")

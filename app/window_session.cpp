@@ -1,6 +1,8 @@
 #include "app/window_session.h"
 
 #include <QApplication>
+#include <QDesktopServices>
+#include <QUrl>
 #include <QFile>
 #include <QScreen>
 #include <QStringDecoder>
@@ -72,6 +74,9 @@ int showCustomizerFromMenu(rfController& controller, QtWizardView& view, Command
     RFHelpContext& help = RFHelpContext::shared(controller.resourceDir(), controller.customizerData().value(QStringLiteral("DocumentationHost")).toString());
     help.install();
     controller.operations().add(QStringLiteral("showHelp:"), [&help](QVariant const&) { return QVariant(help.onHelpbutton()); });
+    controller.operations().add(QStringLiteral("showLog:"), [&controller](QVariant const&) {
+        return QVariant(QDesktopServices::openUrl(QUrl::fromLocalFile(controller.log().path())));
+    });
     outcome.recordStart();
     if (!view.isClosed()) QApplication::exec();
     outcome.recordEnd(false, false, controller.cancelled());

@@ -49,6 +49,7 @@ bool CommandRunner::authenticate() {
     m_helper = std::move(started.client);
     m_authorization = m_helper ? Authorization::granted : Authorization::refused;
     m_lastAnswer = m_authorization;
+    m_refusalReason = m_helper ? QString() : started.whyNot;
     if (!m_helper) m_log.logMessage(started.whyNot);
     m_log.logMessage(QStringLiteral("Authentication status "), m_helper != nullptr);
     return m_helper != nullptr;

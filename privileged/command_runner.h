@@ -43,6 +43,8 @@ public:
     // The answer of the last question this run asked, kept after dethenticate: what a report
     // says about administrator rights (none when no step needed them).
     Authorization lastAnswer() const { return m_lastAnswer; }
+    // Why the rights were refused, as the log says it; empty unless refused.
+    QString refusalReason() const { return m_refusalReason; }
     ToolTable const& tools() const { return m_tools; }
     // How the last administrator run ended, as its tool's exit status; none when the last call
     // ran nothing as administrator (refused, or no rights needed).
@@ -83,6 +85,7 @@ private:
     Authorization m_lastAnswer = Authorization::none;
     std::unique_ptr<HelperClient> m_helper;
     std::optional<int> m_lastRootExit;
+    QString m_refusalReason;
 };
 
 // The printed form of an argument list: "(null)" for none, else one item a line in brackets.

@@ -32,7 +32,10 @@ QString PatchFlow::version(QString const& folder) const {
 PatchFlow::Copy* PatchFlow::record(QString const& folder) {
     for (Copy& copy : m_copies)
         if (copy.folder == folder) return &copy;
-    m_copies.append(Copy{folder, version(folder), QString()});
+    Copy copy;
+    copy.folder = folder;
+    copy.versionBefore = version(folder);
+    m_copies.append(copy);
     return &m_copies.last();
 }
 
@@ -65,13 +68,13 @@ int PatchFlow::findAllReflooms() {
     for (QString const& application : applications) {
         if (QFileInfo(application).fileName().compare(QLatin1String(kBundleName), Qt::CaseInsensitive) != 0) continue;
         QString const folder = QFileInfo(application).path();
-        Copy* copy = record(folder);
-        copy->patchable = !patchRefloom(folder, true);
-        if (copy->patchable) {
+        if (!patchRefloom(folder, true)) {
             m_reflooms.append(folder);
             m_context.log.logMessage(QStringLiteral("Found patchable candidate: %1.").arg(folder));
         } else {
             m_context.log.logMessage(QStringLiteral("Found unpatchable instance: %1.").arg(folder));
+            // Why, in words: an up-to-date copy is no fault of anyone's.
+            m_context.log.logMessage(record(folder)->line());
         }
     }
     if (QFileInfo::exists(probe)) QFile::remove(probe);
@@ -82,14 +85,19 @@ int PatchFlow::findAllReflooms() {
 
 bool PatchFlow::patchRefloom(QString const& folder, bool justTesting) {
     QStringList arguments{QStringLiteral("-d"), folder, QStringLiteral("-i"), m_custResourceDir + QStringLiteral("/Patchfile.patch")};
-    if (justTesting) return m_context.runner.launchApp(tool(), arguments + QStringList{QStringLiteral("-n")}) != 0;
-
     Copy* copy = record(folder);
+    if (justTesting) {
+        copy->dryRun = m_context.runner.launchApp(tool(), arguments + QStringList{QStringLiteral("-n")});
+        return copy->dryRun != 0;
+    }
+
     int const launched = m_context.runner.launchRootApp(tool(), arguments);
     copy->administrator = m_context.runner.authorization() == CommandRunner::Authorization::granted;
     copy->versionAfter = version(folder);
-    // The launch's status drives the flow; the report tells whether the tool itself succeeded.
+    // The launch's status drives the flow; the report and the Finish page tell whether the
+    // patch tool itself succeeded.
     copy->patched = launched == 0 && m_context.runner.exitOfLastRootRun() == 0;
+    if (!copy->patched) copy->failure = failureOfRealRun(launched);
     if (launched != 0) return true;
 
     if (m_hooks.installWordMode) {
@@ -139,6 +147,7 @@ void PatchFlow::setPatchActions() {
 }
 
 void PatchFlow::unSetPatchActions(QString const& label) {
+    showOutcomes(label);
     m_context.engine.skipToState(label);
     if (m_hooks.bindBackToNo) m_hooks.bindBackToNo(false);
 }
@@ -168,7 +177,32 @@ void PatchFlow::doPatchYes() {
     nextRefloom();
 }
 
-void PatchFlow::doPatchNo() { nextRefloom(); }
+void PatchFlow::doPatchNo() {
+    if (m_rfIndex < m_rfCounter) m_context.log.logMessage(record(m_reflooms.value(m_rfIndex))->line());
+    nextRefloom();
+}
+
+QString PatchFlow::failureOfRealRun(int launched) const {
+    CommandRunner const& runner = m_context.runner;
+    if (runner.authorization() == CommandRunner::Authorization::refused)
+        return localized("administrator rights were refused (%@)").replace(QStringLiteral("%@"), runner.refusalReason());
+    if (launched != 0)
+        return localized("the patch could not be run with administrator rights (status %@)").replace(QStringLiteral("%@"), QString::number(launched));
+    return Copy::refusal(runner.exitOfLastRootRun().value_or(1));
+}
+
+QStringList PatchFlow::outcomeLines() const {
+    QStringList lines;
+    for (Copy const& copy : m_copies) lines << copy.line();
+    return lines;
+}
+
+void PatchFlow::showOutcomes(QString const& label) {
+    QStringList lines = outcomeLines();
+    if (lines.isEmpty()) lines << localized("No copy of Refloom 2025 was found on this computer.");
+    lines << QString() << localized("The log of every step: %@").replace(QStringLiteral("%@"), m_context.log.path());
+    m_context.view.setText(QString::fromLatin1(label == QLatin1String("Done") ? "doneText" : "nothingText"), lines.join(QLatin1Char('\n')));
+}
 
 void PatchFlow::nextRefloom() {
     ++m_rfIndex;

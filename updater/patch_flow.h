@@ -11,6 +11,7 @@
 #include <functional>
 
 #include "components/content_modes.h"
+#include "updater/copy_outcome.h"
 #include "integrations/integration_context.h"
 #include "privileged/app_lookup.h"
 
@@ -22,20 +23,7 @@ public:
     static constexpr char const* kDefaultCopy = "/Applications/Refloom 2025/Refloom 2025.app";
     static constexpr char const* kBundleName = "Refloom 2025.app";
 
-    // What happened to one copy, for reports.
-    struct Copy {
-        QString folder;
-        QString versionBefore;
-        QString versionAfter;
-        bool patchable = false;   // the dry run succeeded
-        bool offered = false;
-        bool answered = false;    // the user said Yes (a patch was tried)
-        bool patched = false;     // the real run and its tool succeeded: the copy is at the patch's release
-        // The patch takes every copy to one release, so a run that succeeded without changing the
-        // version found the copy there already.
-        bool upToDateBefore() const { return patched && versionAfter == versionBefore; }
-        bool administrator = false;
-    };
+    using Copy = PatchedCopy;
 
     struct Hooks {
         // Runs the Word add-in handler (mode, item, source, dest); nothing when none.
@@ -69,11 +57,17 @@ public:
 
     QStringList const& reflooms() const { return m_reflooms; }
     QList<Copy> const& copies() const { return m_copies; }
+    // A line a copy found, as the Finish page, the terminal and the log say it.
+    QStringList outcomeLines() const;
 
 private:
     QString tool() const { return m_custResourceDir + QStringLiteral("/applyPatch"); }
     QString version(QString const& folder) const;
     Copy* record(QString const& folder);
+    // Why the real run just made did not update the copy.
+    QString failureOfRealRun(int launched) const;
+    // The final page's text: each copy's outcome and where the log is.
+    void showOutcomes(QString const& label);
 
     IntegrationContext& m_context;
     AppLookup& m_applications;

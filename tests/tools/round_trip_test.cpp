@@ -109,8 +109,8 @@ TEST(ApplyPatch, RoundTripsTurnTheOldTreeIntoTheNewOne) {
         EXPECT_TRUE(rf_test::sameTree(work, old)) << c.name << ": a dry run writes nothing";
         EXPECT_EQ(f.apply(work, patch), 0) << c.name;
         EXPECT_TRUE(rf_test::sameTree(work, next)) << c.name;
-        // Patched already: said and left alone, so a second run does no harm.
-        EXPECT_EQ(f.apply(work, patch, "-n"), 0) << c.name;
+        // Patched already: a dry run tells it apart, and a real run leaves it alone.
+        EXPECT_EQ(f.apply(work, patch, "-n"), 9) << c.name;
         EXPECT_EQ(f.apply(work, patch), 0) << c.name;
         EXPECT_TRUE(rf_test::sameTree(work, next)) << c.name;
         EXPECT_EQ(std::distance(fs::directory_iterator(f.scratch.root()), fs::directory_iterator()), 6)

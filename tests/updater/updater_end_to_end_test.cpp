@@ -96,12 +96,40 @@ TEST(Updater, UnattendedPatchesEveryCopyAndASecondRunFindsThemUpToDate) {
     EXPECT_TRUE(log.contains(QString("Found patchable candidate: %1.").arg(QString::fromStdString(d.first))));
     EXPECT_TRUE(log.filter("Running as admin: ").filter(" Result: 0").size() == 2);
 
-    // A second run finds both at the new release and changes nothing.
-    Demo::Run const again = d.run({"--unattended"});
+}
+
+TEST(Updater, ARunAfterTheUpdateAsksNothingAndChangesNothing) {
+    SKIP_UNLESS_ROOT();
+    Demo d;
+    ASSERT_EQ(d.run({"--unattended"}).status, 0);
+    // Every item's name, mode, time and content, but the log's, which records the run, and the
+    // probe document's folder, where each search makes and removes the probe.
+    auto state = [&d] {
+        QProcess listing;
+        listing.start("bash", {"-c", QStringLiteral("cd '%1' && find . \\( -path ./home/demo/Library/Logs -o -path ./tmp \\) -prune -o -printf '%p %m %T@\\n' | sort "
+                                                    "&& find . -path ./home/demo/Library/Logs -prune -o -type f -print0 | sort -z | xargs -0 md5sum")
+                                         .arg(QString::fromStdString(d.root))});
+        listing.waitForFinished();
+        return listing.readAll();
+    };
+    QByteArray const before = state();
+    int const loggedBefore = int(d.log().size());
+    QThread::msleep(20);  // a file written again would carry a later time
+
+    // Pressed through its pages, it offers no copy, runs no tool as administrator, changes nothing.
+    Demo::Run const again = d.run({"--console"}, "\n\n\n\n");
     EXPECT_EQ(again.status, 0) << again.output.toStdString();
+    EXPECT_FALSE(again.output.contains("Would you like to update this copy?")) << again.output.toStdString();
     EXPECT_TRUE(again.output.contains(QString("Already up to date: %1 (2025.3)").arg(QString::fromStdString(d.second))));
-    EXPECT_TRUE(d.isNew(d.first));
-    for (QJsonValue const& copy : d.reportJson()["copies"].toArray()) EXPECT_EQ(copy["patch"].toString(), QString("up to date"));
+    EXPECT_EQ(state().toStdString(), before.toStdString());
+    QStringList const run = d.log().mid(loggedBefore);
+    EXPECT_TRUE(run.filter("Running as admin").isEmpty());
+    EXPECT_TRUE(run.filter("Processing").isEmpty());
+    for (QJsonValue const& copy : d.reportJson()["copies"].toArray()) {
+        EXPECT_EQ(copy["patch"].toString(), QString("up to date"));
+        EXPECT_EQ(copy["dryRun"].toString(), QString("up to date"));
+    }
+    EXPECT_EQ(d.reportJson()["exitStatus"].toInt(), 0);
 }
 
 TEST(Updater, ACopyRefusedWithNoIsLeftAsItWas) {
@@ -134,7 +162,7 @@ TEST(Updater, NothingFoundAndRefusedRightsHaveTheirOwnStatus) {
     fs::remove_all(empty.second);
     Demo::Run const nothing = empty.run({"--unattended"});
     EXPECT_EQ(nothing.status, 4) << nothing.output.toStdString();
-    EXPECT_TRUE(nothing.output.contains("No copy of Refloom 2025 that this update applies to"));
+    EXPECT_TRUE(nothing.output.contains("No copy of Refloom 2025 was found on this computer."));
 
     Demo d;
     QProcessEnvironment refuse = QProcessEnvironment::systemEnvironment();
@@ -144,6 +172,15 @@ TEST(Updater, NothingFoundAndRefusedRightsHaveTheirOwnStatus) {
     EXPECT_FALSE(d.isNew(d.first));
     EXPECT_EQ(d.reportJson()["authorization"].toString(), QString("refused"));
     EXPECT_TRUE(d.log().contains("Authentication status :Failed"));
+    // Each copy says it failed, and why, in the report and on the screen.
+    for (QJsonValue const& copy : d.reportJson()["copies"].toArray()) {
+        EXPECT_EQ(copy["patch"].toString(), QString("failed"));
+        EXPECT_TRUE(copy["reason"].toString().startsWith("administrator rights were refused")) << copy["reason"].toString().toStdString();
+        EXPECT_EQ(copy["versionAfter"].toString(), QString("2025.1"));
+    }
+    EXPECT_TRUE(refused.output.contains(QString("Not updated: %1: administrator rights were refused").arg(QString::fromStdString(d.first))))
+        << refused.output.toStdString();
+    EXPECT_FALSE(refused.output.contains("up to date")) << refused.output.toStdString();
 }
 
 TEST(Updater, UsageErrorsSayWhatIsWrong) {

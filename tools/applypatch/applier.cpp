@@ -51,26 +51,20 @@ private:
     std::size_t m_done = 0;
 };
 
-// Holds the folder's lock for one run, so that two runs never interleave. The lock file goes
-// with the run; a run that got the lock on a file already gone tries again on the new one.
+// Holds the folder's lock for one run, so that two runs never interleave: a lock on the folder
+// itself, which stays where it is through a run, so that taking it writes nothing anywhere and
+// a dry run leaves no trace, not even a changed time on the folder around it.
 class FolderLock {
 public:
-    explicit FolderLock(std::string const& path) : m_path(path) {
-        for (;;) {
-            m_fd = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-            if (m_fd < 0 || flock(m_fd, LOCK_EX) != 0) failed("cannot lock " + path);
-            struct stat held, named;
-            if (fstat(m_fd, &held) == 0 && stat(path.c_str(), &named) == 0 && held.st_ino == named.st_ino) return;
-            close(m_fd);
-        }
+    explicit FolderLock(std::string const& folder) {
+        m_fd = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        if (m_fd < 0 || flock(m_fd, LOCK_EX) != 0) failed("cannot lock " + folder);
     }
-    ~FolderLock() {
-        unlink(m_path.c_str());
-        close(m_fd);
-    }
+    ~FolderLock() { close(m_fd); }
+    FolderLock(FolderLock const&) = delete;
+    FolderLock& operator=(FolderLock const&) = delete;
 
 private:
-    std::string m_path;
     int m_fd = -1;
 };
 
@@ -296,7 +290,7 @@ void commit(Locations const& at, Manifest const& manifest, Progress& progress) {
 
 Outcome applyPatch(PatchFile const& patch, ApplyOptions const& options) {
     Locations const at = locate(options.folder);
-    FolderLock lock(at.lock);
+    FolderLock lock(at.folder);
     recover(at);
     Manifest const& manifest = patch.manifest();
     try {

@@ -28,8 +28,8 @@ constexpr char kHelp[] =
     "\n"
     "  -d FOLDER   the folder to patch (for the updater, the folder that holds the application)\n"
     "  -i PATCH    the patch file\n"
-    "  -n          dry run: check only; exit 0 when the folder is exactly in the patch's source state\n"
-    "              (or already in its target state, which it then says)\n"
+    "  -n          dry run: check only; exit 0 when the folder is exactly in the patch's source state,\n"
+    "              9 when it is already in its target state (which it then says)\n"
     "  -C          print the patch's content entries, one \"value,key\" line each (no folder needed)\n"
     "  --help      this text\n"
     "\n"
@@ -38,7 +38,7 @@ constexpr char kHelp[] =
     "\n"
     "Exit status: 0 done, or already up to date; 1 usage; 2 unreadable patch; 3 bad signature;\n"
     "4 unknown format version; 5 unsafe path in the patch; 6 folder in neither the patch's source nor its target state;\n"
-    "7 payload or result hash mismatch; 8 failed, and the folder was restored.\n";
+    "7 payload or result hash mismatch; 8 failed, and the folder was restored; 9 (dry run) already up to date.\n";
 
 int usage() {
     std::fputs(kHelp, stderr);
@@ -84,9 +84,9 @@ int main(int argc, char** argv) {
             for (auto const& [value, key] : patch.manifest().content) std::printf("%s,%s\n", value.c_str(), key.c_str());
             return 0;
         }
-        if (applyPatch(patch, {folder, dryRun, isatty(2) == 1}) == Outcome::up_to_date)
-            std::printf("applyPatch: \"%s\" is already up to date; nothing was changed\n", folder.c_str());
-        return 0;
+        if (applyPatch(patch, {folder, dryRun, isatty(2) == 1}) != Outcome::up_to_date) return 0;
+        std::printf("applyPatch: \"%s\" is already up to date; nothing was changed\n", folder.c_str());
+        return dryRun ? kDryRunUpToDate : 0;
     } catch (PatchError const& error) {
         std::fprintf(stderr, "applyPatch: %s\n", error.what());
         return error.status();

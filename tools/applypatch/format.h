@@ -69,6 +69,10 @@ enum class Refusal : int {
     failed = 8,          // could not be applied; the folder was restored
 };
 
+// A dry run of a folder already in the patch's target state: nothing to do, and not the source
+// state that a dry run otherwise answers 0 for. A real run of such a folder answers 0.
+inline constexpr int kDryRunUpToDate = 9;
+
 class PatchError : public std::runtime_error {
 public:
     PatchError(Refusal why, std::string const& message) : std::runtime_error(message), m_why(why) {}

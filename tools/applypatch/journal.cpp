@@ -55,7 +55,7 @@ Locations locate(std::string const& folder) {
     auto slash = path.rfind('/');
     std::string const parent = slash == 0 ? "" : path.substr(0, slash);
     std::string const base = parent + "/." + path.substr(slash + 1) + ".rfpatch-";
-    return {path, base + "stage", base + "backup", base + "journal", base + "lock"};
+    return {path, base + "stage", base + "backup", base + "journal"};
 }
 
 void writeJournal(Locations const& at, JournalState state, Manifest const& manifest) {

@@ -17,7 +17,6 @@ struct Locations {
     std::string stage;
     std::string backup;
     std::string journal;
-    std::string lock;
 };
 
 // Raises PatchError(failed) when the folder is not a folder.
