@@ -65,6 +65,7 @@ void ConsoleSession::run() {
             break;
         }
     }
+    m_outcome.setCopiesShown(m_view.showedOutcomes());
     m_outcome.recordEnd(wordRunning, stuck, cancelled);
 }
 

@@ -4,6 +4,8 @@
 
 #include <QTextStream>
 
+#include <algorithm>
+
 #include "wizard/state_tables.h"
 
 namespace Refloom {
@@ -27,9 +29,7 @@ constexpr PageText kPages[] = {
 };
 
 // The outlets whose text is progress: printed as they change.
-bool isProgress(QString const& outlet) {
-    return outlet == QLatin1String("processingText");
-}
+bool isProgress(QString const& outlet) { return outlet == QLatin1String("processingText"); }
 
 char const* mark(int state) {
     switch (state) {
@@ -43,7 +43,7 @@ char const* mark(int state) {
 } // namespace
 
 ConsoleView::ConsoleView(std::FILE* in, std::FILE* out, bool unattended)
-    : m_in(in), m_out(out), m_unattended(unattended), m_terminal(isatty(fileno(out)) == 1) {}
+    : m_in(in), m_out(out), m_unattended(unattended), m_terminal(isatty(fileno(in)) == 1) {}
 
 void ConsoleView::print(QString const& text) const {
     std::fputs(text.toLocal8Bit().constData(), m_out);
@@ -55,47 +55,75 @@ QString ConsoleView::readLine(QString const& prompt) const {
     std::fputs(prompt.toLocal8Bit().constData(), m_out);
     std::fflush(m_out);
     char buffer[4096];
-    if (!std::fgets(buffer, sizeof buffer, m_in)) return QString();  // end of input: as cancel
-    return QString::fromLocal8Bit(buffer).trimmed();
+    if (!std::fgets(buffer, sizeof buffer, m_in)) {
+        std::fputc('\n', m_out);  // whatever follows goes on a line of its own
+        return QString();         // end of input: as cancel
+    }
+    QString const answer = QString::fromLocal8Bit(buffer).trimmed();
+    // Typed at a terminal, the answer is on the screen already; piped in, it is said, so that
+    // what is printed reads as what happened.
+    if (!m_terminal) print(answer);
+    return answer;
 }
 
 void ConsoleView::selectPage(int panel) {
     if (panel != m_page) {
         m_shownPage = false;
+        m_shownPageText = false;
         m_cells.clear();
     }
     m_page = panel;
+}
+
+void ConsoleView::setOutline(QList<OutlineLine> const& lines) {
+    m_outline = lines;
+    int done = 0;
+    QString current;
+    for (OutlineLine const& line : lines) {
+        done += line.state == OutlineState::done ? 1 : 0;
+        if (line.state == OutlineState::current) current = line.text;
+    }
+    // Every stage says so as it begins, those that go on by themselves too; once the window
+    // has closed, the engine's last redraw says nothing that happened.
+    if (m_closed || current.isEmpty() || current == m_stage) return;
+    m_stage = current;
+    print(QString());
+    print(QStringLiteral("[%1/%2] %3").arg(done + 1).arg(lines.size()).arg(current));
 }
 
 void ConsoleView::setText(QString const& outlet, QString const& text) {
     // A new question on the same page is a new page to the reader.
     if (outlet == QLatin1String("patchFound") && text != m_texts.value(outlet)) m_shownPage = false;
     m_texts[outlet] = text;
-    // Progress shows while work runs, on the pages that search and update.
-    if (isProgress(outlet) && (m_page == 0 || m_page == 10)) print(QStringLiteral("  ") + text);
+    if (outlet == QLatin1String("patchCount")) m_count = text;
+    // Progress shows while work runs, on the pages that search and update; a count the flow
+    // gave goes with the next line.
+    if (isProgress(outlet) && (m_page == 0 || m_page == 10)) {
+        print(QStringLiteral("  ") + text + (m_count.isEmpty() ? QString() : QStringLiteral(" (%1)").arg(m_count)));
+        m_count.clear();
+    }
 }
 
-void ConsoleView::startSpinner(QString const&) {
-    if (m_terminal) print(QStringLiteral("  ..."));
+void ConsoleView::startSpinner(QString const&) { printPageText(); }
+
+void ConsoleView::printPageText() {
+    if (m_shownPageText) return;
+    m_shownPageText = true;
+    for (PageText const& page : kPages)
+        if (page.panel == m_page) print((m_page == 0 || m_page == 10 ? QStringLiteral("  ") : QString()) + localized(page.text));
 }
 
 void ConsoleView::showPage() {
     if (m_shownPage) return;
     m_shownPage = true;
-    int done = 0;
-    for (OutlineLine const& line : m_outline) done += line.state == OutlineState::done ? 1 : 0;
-    QString current;
-    for (OutlineLine const& line : m_outline)
-        if (line.state == OutlineState::current) current = line.text;
-    print(QString());
-    // Pages without a title of their own go by their stage's name.
-    print(QStringLiteral("== %1 ==").arg(m_title.isEmpty() ? current : m_title));
-    if (!m_outline.isEmpty()) print(QStringLiteral("[%1/%2] %3").arg(done + 1).arg(m_outline.size()).arg(current));
-    for (PageText const& page : kPages)
-        if (page.panel == m_page) print(localized(page.text));
+    // A page with a title of its own says it, beyond its stage's name.
+    if (!m_title.isEmpty() && m_title != m_stage) print(QStringLiteral("== %1 ==").arg(m_title));
+    printPageText();
     if (m_page == 16) print(m_texts.value(QStringLiteral("patchFound")).trimmed());
-    if (m_page == 17) print(m_texts.value(QStringLiteral("doneText")));
-    if (m_page == 18) print(m_texts.value(QStringLiteral("nothingText")));
+    if (m_page == 17 || m_page == 18) {
+        print(m_texts.value(QLatin1String(m_page == 17 ? "doneText" : "nothingText")));
+        m_showedOutcomes = true;
+    }
     if (m_page == 6) showComponents();
 }
 
@@ -160,13 +188,19 @@ ConsoleView::Press ConsoleView::waitForPress() {
     if (offered(Button::next)) choices << QStringLiteral("[Enter] %1").arg(named(Button::next, "Next"));
     if (offered(Button::back)) choices << QStringLiteral("[b] %1").arg(named(Button::back, "Back"));
     if (offered(Button::cancel)) choices << QStringLiteral("[c] Cancel");
+    // On a question, y and n (yes, no) answer as its buttons are named.
+    auto is = [](QString const& answer, std::initializer_list<char const*> words) {
+        return std::any_of(words.begin(), words.end(), [&](char const* word) { return answer.compare(QLatin1String(word), Qt::CaseInsensitive) == 0; });
+    };
+    bool const question = named(Button::back, "Back") == localized("No");
     for (;;) {
         QString const answer = readLine(choices.join(QStringLiteral("  ")) + QStringLiteral(": "));
         if (answer.isNull()) return Press::cancel;  // end of input
-        if (answer.startsWith(QLatin1Char('b'), Qt::CaseInsensitive) && offered(Button::back)) return Press::back;
-        if (answer.startsWith(QLatin1Char('c'), Qt::CaseInsensitive) && offered(Button::cancel)) return Press::cancel;
         // A disabled Next (an agreement not accepted) does not go on.
-        if (answer.isEmpty() && offered(Button::next)) return Press::next;
+        if ((answer.isEmpty() || is(answer, {"y", "yes"})) && offered(Button::next)) return Press::next;
+        if ((is(answer, {"b", "back"}) || (question && is(answer, {"n", "no"}))) && offered(Button::back)) return Press::back;
+        if (is(answer, {"c", "cancel"}) && offered(Button::cancel)) return Press::cancel;
+        print(localized("  Please answer with one of: %@").replace(QStringLiteral("%@"), choices.join(QStringLiteral(", "))));
     }
 }
 

@@ -32,7 +32,9 @@ public:
     void selectPage(int panel) override;
     int selectedPage() const override { return m_page; }
     void setTitle(QString const& title) override { m_title = title; }
-    void setOutline(QList<OutlineLine> const& lines) override { m_outline = lines; }
+    void setOutline(QList<OutlineLine> const& lines) override;
+    // True once a final page of the updater, which lists each copy's outcome, was shown.
+    bool showedOutcomes() const { return m_showedOutcomes; }
     void setButtonEnabled(Button button, bool enabled) override { m_enabled[int(button)] = enabled; }
     void setButtonTitle(Button button, QString const& title) override { m_titles[int(button)] = title; }
     void setButtonShown(Button button, bool shown) override { m_shown[int(button)] = shown; }
@@ -59,6 +61,8 @@ public:
 private:
     void print(QString const& text) const;
     QString readLine(QString const& prompt) const;
+    // The page's own text, printed once while the page shows.
+    void printPageText();
     void showPage();
     void showComponents() const;
     void tickComponents();
@@ -69,7 +73,11 @@ private:
     bool m_terminal;
     int m_page = -1;
     bool m_shownPage = false;
+    bool m_shownPageText = false;
+    bool m_showedOutcomes = false;
     bool m_closed = false;
+    QString m_stage;       // the outline's current line, as last printed
+    QString m_count;       // "1 of 2": said with the next progress line
     QString m_title;
     QList<OutlineLine> m_outline;
     bool m_enabled[4] = {true, true, true, true};

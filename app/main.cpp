@@ -38,7 +38,7 @@ QString unknownComponent(rfController& controller, QStringList const& names) {
 }
 
 int finish(RunOutcome const& outcome, CommandLine const& line) {
-    for (QString const& summary : outcome.summary()) std::printf("%s\n", summary.toLocal8Bit().constData());
+    for (QString const& line : outcome.closingLines()) std::printf("%s\n", line.toLocal8Bit().constData());
     if (!line.report.isEmpty()) {
         QSaveFile report(line.report);
         if (!report.open(QIODevice::WriteOnly) || report.write(QJsonDocument(outcome.report()).toJson()) < 0 || !report.commit())

@@ -115,6 +115,13 @@ QJsonObject RunOutcome::report() const {
                        {"log", m_controller.log().path()}};
 }
 
+QStringList RunOutcome::closingLines() const {
+    QStringList lines = summary();
+    if (m_copiesShown)
+        for (QString const& shown : m_controller.patchFlow().outcomeLines()) lines.removeOne(shown);
+    return lines;
+}
+
 QStringList RunOutcome::summary() const {
     QStringList lines = m_controller.patchFlow().outcomeLines();
     bool const searched = !m_cancelled && !m_wordRunning && !m_stuck;

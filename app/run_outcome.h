@@ -22,9 +22,15 @@ public:
     // the components again when the run changed them.
     void recordEnd(bool wordRunning, bool stuck, bool cancelled);
 
+    // The final page listed each copy's outcome on the screen already.
+    void setCopiesShown(bool shown) { m_copiesShown = shown; }
+
     int status() const;
     QJsonObject report() const;
+    // What the run did, a line each, as the log's closing summary says it.
     QStringList summary() const;
+    // The same for the end of the terminal's output, but the copies a final page listed.
+    QStringList closingLines() const;
 
 private:
     QJsonArray components() const;
@@ -34,6 +40,7 @@ private:
     bool m_wordRunning = false;
     bool m_stuck = false;
     bool m_cancelled = false;
+    bool m_copiesShown = false;
     QList<int> m_before;  // each rule's state found at the start
     QList<int> m_chosen;  // what the run asked of it
     QList<int> m_after;   // and at the end, when the run changed components

@@ -149,6 +149,9 @@ void PatchFlow::setPatchActions() {
 void PatchFlow::unSetPatchActions(QString const& label) {
     showOutcomes(label);
     m_context.engine.skipToState(label);
+    // A jump redraws nothing; after No (a button, not a row) nobody else would.
+    m_context.engine.updateOutlineText();
+    m_context.engine.updateTitleText();
     if (m_hooks.bindBackToNo) m_hooks.bindBackToNo(false);
 }
 
@@ -166,6 +169,7 @@ void PatchFlow::patchProgressUI() {
 
 void PatchFlow::doPatchYes() {
     disableButtonsInPatch();
+    m_context.view.setText(QStringLiteral("patchCount"), localized("%1 of %2").arg(m_rfIndex + 1).arg(m_rfCounter));
     QString const folder = setupCurrentRefloom();
     record(folder)->answered = true;
     // A real run that launched answers false, so the error text is written and the wizard goes
