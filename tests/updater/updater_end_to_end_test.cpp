@@ -132,14 +132,23 @@ TEST(Updater, ARunAfterTheUpdateAsksNothingAndChangesNothing) {
     EXPECT_EQ(d.reportJson()["exitStatus"].toInt(), 0);
 }
 
-TEST(Updater, ACopyRefusedWithNoIsLeftAsItWas) {
+TEST(Updater, AnsweredNoAndYesInTheTerminalAndListedOnTheFinishPage) {
     SKIP_UNLESS_ROOT();
     Demo d;
-    // Back is "No" for the first copy, Next "Yes" for the second, then Next through the end.
-    Demo::Run const run = d.run({"--console"}, "\n\nb\n\n\n\n\n");
+    // Enter through the first pages; "maybe" is no answer, "no" for the first copy, "y" for the
+    // second, then Enter on the Finish page.
+    Demo::Run const run = d.run({"--console"}, "\n\nmaybe\nno\ny\n\n");
     EXPECT_EQ(run.status, 0) << run.output.toStdString();
     EXPECT_FALSE(d.isNew(d.first));
     EXPECT_TRUE(d.isNew(d.second));
+    EXPECT_EQ(run.output.count("Please answer with one of: [Enter] Yes, [b] No, [c] Cancel"), 1) << run.output.toStdString();
+    QString const declined = QString("Left as it was (the answer was No): %1").arg(QString::fromStdString(d.first));
+    QString const updated = QString("Updated: %1 (2025.1 -> 2025.3)").arg(QString::fromStdString(d.second));
+    QString const finish = run.output.mid(run.output.indexOf("The update has finished."));
+    EXPECT_TRUE(finish.contains(declined + "\n" + updated)) << finish.toStdString();
+    EXPECT_EQ(run.output.count(updated), 1) << "listed once, on the Finish page";
+    EXPECT_TRUE(d.log().contains(declined));
+    EXPECT_TRUE(d.log().contains("Summary: " + updated));
     EXPECT_EQ(d.reportJson()["copies"].toArray().at(0).toObject()["patch"].toString(), QString("declined"));
 }
 
