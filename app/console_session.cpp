@@ -19,7 +19,9 @@ void chooseOnly(rfRules& rules, ConsoleView& view, QStringList const& select, QS
         if (rules.getItemFlag(rule) == QLatin1String("0")) category = rules.getItemName(rule);
         bool const chosen = named.contains(rules.getItemName(rule)) ||
                             (rules.getItemFlag(rule) != QLatin1String("0") && named.contains(category));
-        if (!chosen) rules.setItemState(rule, -1);
+        if (chosen) continue;
+        rules.setItemState(rule, -1);
+        view.setAside(rules.getItemName(rule));
     }
 }
 

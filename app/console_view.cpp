@@ -26,6 +26,20 @@ constexpr PageText kPages[] = {
     {14, QT_TRID_NOOP("The updater will look for the copies of Refloom 2025 on this computer and update each one you choose.")},
     {17, QT_TRID_NOOP("The update has finished. What became of each copy:")},
     {18, QT_TRID_NOOP("Nothing was updated.")},
+    {8, QT_TRID_NOOP("The changes have been made. What became of each component you changed:")},
+    {11, QT_TRID_NOOP("The uninstall has finished. What became of each component:")},
+    {27, QT_TRID_NOOP("The add-in install has finished:")},
+    {28, QT_TRID_NOOP("The add-in uninstall has finished:")},
+};
+
+// The pages that show what the flow found or did, and the outlet that holds it.
+struct PageOutlet {
+    int panel;
+    char const* outlet;
+};
+constexpr PageOutlet kPageOutlets[] = {
+    {16, "patchFound"}, {17, "doneText"}, {18, "nothingText"}, {8, "changeText"},
+    {11, "removedText"}, {27, "addinText"}, {28, "addinRemovedText"},
 };
 
 // The outlets whose text is progress: printed as they change.
@@ -119,11 +133,9 @@ void ConsoleView::showPage() {
     // A page with a title of its own says it, beyond its stage's name.
     if (!m_title.isEmpty() && m_title != m_stage) print(QStringLiteral("== %1 ==").arg(m_title));
     printPageText();
-    if (m_page == 16) print(m_texts.value(QStringLiteral("patchFound")).trimmed());
-    if (m_page == 17 || m_page == 18) {
-        print(m_texts.value(QLatin1String(m_page == 17 ? "doneText" : "nothingText")));
-        m_showedOutcomes = true;
-    }
+    for (PageOutlet const& page : kPageOutlets)
+        if (page.panel == m_page) print(m_texts.value(QLatin1String(page.outlet)).trimmed());
+    for (int const outcomes : {17, 18, 8, 11, 27, 28}) m_showedOutcomes = m_showedOutcomes || m_page == outcomes;
     if (m_page == 6) showComponents();
 }
 
@@ -132,12 +144,14 @@ void ConsoleView::showComponents() const {
     int number = 0;
     for (int row = 0; row < m_components->rowCount(); ++row) {
         QModelIndex const category = m_components->index(row, 0);
-        rfItem* item = m_components->itemAt(category);
-        print(QStringLiteral("%1. %2 %3 - %4").arg(++number, 2).arg(QLatin1String(mark(item->getItemState())), item->getItemName(), item->getItemDescription()));
-        for (int member = 0; member < m_components->rowCount(category); ++member) {
-            rfItem* child = m_components->itemAt(m_components->index(member, 0, category));
-            print(QStringLiteral("%1.   %2 %3 - %4").arg(++number, 2).arg(QLatin1String(mark(child->getItemState())), child->getItemName(), child->getItemDescription()));
-        }
+        auto line = [this](rfItem* item, char const* indent, int number) {
+            QString const state = m_setAside.contains(item->getItemName()) ? QStringLiteral("[=] (left as it is)")
+                                                                            : QLatin1String(mark(item->getItemState()));
+            print(QStringLiteral("%1. %2%3 %4 - %5").arg(number, 2).arg(QLatin1String(indent), state, item->getItemName(), item->getItemDescription()));
+        };
+        line(m_components->itemAt(category), "", ++number);
+        for (int member = 0; member < m_components->rowCount(category); ++member)
+            line(m_components->itemAt(m_components->index(member, 0, category)), "  ", ++number);
     }
 }
 

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <QHash>
+#include <QSet>
 #include <QString>
 #include <QStringList>
 
@@ -28,12 +29,14 @@ public:
     Press waitForPress();
     // The tree's names, categories and members, for choosing by name.
     bool choose(QString const& name, bool on);
+    // A component an unattended run leaves as it is, shown so rather than as not available.
+    void setAside(QString const& name) { m_setAside.insert(name); }
 
     void selectPage(int panel) override;
     int selectedPage() const override { return m_page; }
     void setTitle(QString const& title) override { m_title = title; }
     void setOutline(QList<OutlineLine> const& lines) override;
-    // True once a final page of the updater, which lists each copy's outcome, was shown.
+    // True once a final page, which lists each copy's or component's outcome, was shown.
     bool showedOutcomes() const { return m_showedOutcomes; }
     void setButtonEnabled(Button button, bool enabled) override { m_enabled[int(button)] = enabled; }
     void setButtonTitle(Button button, QString const& title) override { m_titles[int(button)] = title; }
@@ -86,6 +89,7 @@ private:
     QHash<QString, QString> m_texts;
     mutable QHash<QString, int> m_cells;  // answers already given on this page
     ComponentModel* m_components = nullptr;
+    QSet<QString> m_setAside;
 };
 
 } // namespace Refloom

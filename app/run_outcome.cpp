@@ -65,12 +65,9 @@ int RunOutcome::status() const {
         return std::any_of(copies.begin(), copies.end(), is(PatchFlow::Copy::Outcome::failed)) ? exit_some_failed : exit_done;
     }
     if (refused) return exit_refused;
-    // An install that the check pass does not find afterwards has failed; removals whose
-    // component a check cannot see are not judged.
-    rfRules const& rules = m_controller.rules();
-    for (int rule = 0; rule < m_after.size(); ++rule)
-        if (!rules.getItemMethod(rule).isNull() && m_chosen.value(rule) == 1 && m_after[rule] != 1) return exit_some_failed;
-    return exit_done;
+    // A change asked for fails when its handler says so: a check pass cannot tell, for the
+    // components whose check answers without looking.
+    return m_controller.driver().anyFailed() ? exit_some_failed : exit_done;
 }
 
 QJsonArray RunOutcome::components() const {
@@ -118,7 +115,8 @@ QJsonObject RunOutcome::report() const {
 QStringList RunOutcome::closingLines() const {
     QStringList lines = summary();
     if (m_copiesShown)
-        for (QString const& shown : m_controller.patchFlow().outcomeLines()) lines.removeOne(shown);
+        for (QString const& shown : m_controller.patchFlow().outcomeLines() + m_controller.driver().outcomeLines())
+            lines.removeOne(shown);
     return lines;
 }
 
@@ -127,13 +125,8 @@ QStringList RunOutcome::summary() const {
     bool const searched = !m_cancelled && !m_wordRunning && !m_stuck;
     if (m_line.flow == CommandLine::Flow::patch && lines.isEmpty() && searched)
         lines << QStringLiteral("No copy of Refloom 2025 was found.");
-    for (QJsonValue const& value : components()) {
-        QJsonObject const c = value.toObject();
-        lines << QStringLiteral("%1: %2 (was %3, now %4)")
-                     .arg(c["name"].toString(), c["chosen"].toInt() == 1 ? QStringLiteral("install") : QStringLiteral("remove"))
-                     .arg(c["before"].toInt())
-                     .arg(c["after"].toInt());
-    }
+    // Only the components a change was asked of, with what became of each.
+    if (!m_after.isEmpty()) lines << m_controller.driver().outcomeLines();
     if (m_wordRunning) lines << QStringLiteral("Stopped: Microsoft Word is running; quit it and run again.");
     if (m_stuck) lines << QStringLiteral("Stopped: the wizard did not move on by itself.");
     if (m_cancelled) lines << QStringLiteral("Cancelled.");

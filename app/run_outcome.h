@@ -22,14 +22,14 @@ public:
     // the components again when the run changed them.
     void recordEnd(bool wordRunning, bool stuck, bool cancelled);
 
-    // The final page listed each copy's outcome on the screen already.
+    // The final page listed each copy's or component's outcome on the screen already.
     void setCopiesShown(bool shown) { m_copiesShown = shown; }
 
     int status() const;
     QJsonObject report() const;
     // What the run did, a line each, as the log's closing summary says it.
     QStringList summary() const;
-    // The same for the end of the terminal's output, but the copies a final page listed.
+    // The same for the end of the terminal's output, but what a final page listed.
     QStringList closingLines() const;
 
 private:

@@ -1,5 +1,8 @@
 #include "components/install_driver.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include "wizard/state_tables.h"
 
 namespace Refloom {
@@ -9,6 +12,8 @@ constexpr char kWordMethod[] = "inst_Word";
 constexpr char kFileMethod[] = "inst_File";
 constexpr char kWordHandler[] = "installWordMode:itemNum:source:dest:";
 constexpr char kFernwickHandler[] = "installFernwickMode:itemNum:source:dest:";
+// Handlers that answer their file operation's own status, which is true on failure: 0 is done.
+constexpr char const* kPassesFileStatus[] = {"inst_Category", "inst_allCategories"};
 
 // clang-format off
 constexpr MethodHandler kCheck[] = {
@@ -76,13 +81,39 @@ void InstallDriver::installCheck() {
     }
 }
 
+void InstallDriver::noteOutcome(QString const& name, int action, std::optional<int> result, bool fileStatus) {
+    bool const done = result == (fileStatus ? 0 : 1);
+    m_failed = m_failed || !done;
+    if (action == mode_copy)
+        m_outcomes << (done ? localized("Installed: %1") : !result ? localized("Not installed: %1 (nothing in this program installs it)")
+                                                                    : localized("Not installed: %1 (the log says why)"))
+                              .arg(name);
+    else
+        m_outcomes << (done ? localized("Removed: %1") : !result ? localized("Not removed: %1 (nothing in this program removes it)")
+                                                                  : localized("Not removed: %1 (the log says why)"))
+                              .arg(name);
+}
+
+void InstallDriver::showOutcomes() {
+    QString const text = m_outcomes.isEmpty() ? localized("Nothing was changed.") : m_outcomes.join(QLatin1Char('\n'));
+    for (char const* outlet : {"changeText", "removedText", "addinText", "addinRemovedText"})
+        m_view.setText(QString::fromLatin1(outlet), text);
+}
+
 void InstallDriver::initialInstall() {
     for (char const* line : kBanner) m_log.logMessage(QString::fromLatin1(line));
+    m_outcomes.clear();
     // The old add-in and extension are always removed first, so that no old copy survives.
-    for (char const* handler : {kWordHandler, kFernwickHandler}) {
-        m_run(QString::fromLatin1(handler), mode_remove, 0, QString(), QString());
-        m_run(QString::fromLatin1(handler), mode_copy, 0, QString(), QString());
+    struct Piece {
+        char const* handler;
+        char const* name;
+    };
+    for (Piece const piece : {Piece{kWordHandler, QT_TRID_NOOP("the Margina add-in for Word")},
+                              Piece{kFernwickHandler, QT_TRID_NOOP("the Fernwick Extension")}}) {
+        m_run(QString::fromLatin1(piece.handler), mode_remove, 0, QString(), QString());
+        noteOutcome(localized(piece.name), mode_copy, m_run(QString::fromLatin1(piece.handler), mode_copy, 0, QString(), QString()), false);
     }
+    showOutcomes();
     m_engine.nextState();
 }
 
@@ -94,6 +125,7 @@ void InstallDriver::makeChange() {
     // Set once, not per rule: a rule without a handler in this pass logs the result before it.
     // Intended.
     int result = 0;
+    m_outcomes.clear();
     for (int rule = 0; rule < m_rules.count(); ++rule) {
         QString const method = m_rules.getItemMethod(rule);
         QString const description = m_rules.getItemDesc(rule);
@@ -111,9 +143,26 @@ void InstallDriver::makeChange() {
         }
         QString const line = (action == mode_copy ? QStringLiteral("Installing: %1") : QStringLiteral("Uninstalling: %1")).arg(description);
         if (word && action == mode_copy) dispatch(changeHandlers(), rule, mode_remove);
-        if (std::optional<int> answer = dispatch(changeHandlers(), rule, action)) result = *answer;
+        std::optional<int> const answer = dispatch(changeHandlers(), rule, action);
+        if (answer) result = *answer;
         m_log.logMessage(line + (result == 1 ? QStringLiteral(" Result: Succeeded") : QStringLiteral(" Result: Failed")));
+        // The line above may carry the step before's result, or a file operation's status read
+        // the other way; these say what happened here.
+        bool const fileStatus = std::any_of(std::begin(kPassesFileStatus), std::end(kPassesFileStatus),
+                                            [&](char const* name) { return method == QLatin1String(name); });
+        if (!answer)
+            m_log.logMessage(QStringLiteral("No step of this pass handles %1: nothing was done for it.").arg(m_rules.getItemName(rule)));
+        else if (fileStatus)
+            m_log.logMessage(QStringLiteral("%1: the step %2 (its handler answers the file operation's own status, %3)")
+                                 .arg(m_rules.getItemName(rule), *answer == 0 ? QStringLiteral("succeeded") : QStringLiteral("failed"))
+                                 .arg(*answer));
+        // What the user asked to change: a state other than the one found, or anything there in
+        // an uninstall. A component put back as it was is a repair, not a change.
+        int const found = m_rules.getItemInitialState(rule);
+        bool const asked = m_bUninstall ? found == 1 || found == -2 : state != found;
+        if (asked) noteOutcome(m_rules.getItemName(rule), action, answer, fileStatus);
     }
+    showOutcomes();
     m_engine.skipToNextState();
     // After an uninstall the step that follows the change step is passed over.
     if (m_bUninstall) m_engine.skipToNextState();

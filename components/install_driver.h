@@ -10,6 +10,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 
 #include <functional>
 #include <optional>
@@ -55,11 +56,22 @@ public:
     // wizard must stay where it is (it has jumped itself, or the user said No).
     bool doRFWUninstall();
 
+    // What the last change pass or initial install did to each component it was asked to
+    // change, a line each ("Installed: Styles"); also shown on the page that ends the flow.
+    QStringList const& outcomeLines() const { return m_outcomes; }
+    // A change asked for did not happen.
+    bool anyFailed() const { return m_failed; }
+
     bool m_bUninstall = false;        // once confirmed, the run stays an uninstall
     bool m_bMRGN_path_added = false;  // the user changed Word's startup folders: reinstall the add-in
 
 private:
     std::optional<int> dispatch(std::span<MethodHandler const> table, int rule, int mode);
+    // Records what a handler did with a component the user asked to change; `fileStatus` when
+    // the handler answers its file operation's status (0 done) rather than 1 for done.
+    void noteOutcome(QString const& name, int action, std::optional<int> result, bool fileStatus);
+    // Puts the lines on the pages that end the flows.
+    void showOutcomes();
 
     rfRules& m_rules;
     InstallerLog& m_log;
@@ -67,6 +79,8 @@ private:
     NavigationEngine& m_engine;
     RunHandler m_run;
     QString m_fileDest;
+    QStringList m_outcomes;
+    bool m_failed = false;
 };
 
 } // namespace Refloom

@@ -86,15 +86,40 @@ TEST(InstallDriver, ChangeActsOnEveryDefiniteStateAndCarriesTheResultOver) {
                                 "Uninstalling: a file Result: Failed",
                                 "Installing: a folder Result: Succeeded",
                                 "Installing: the helper Result: Succeeded",    // no handler: the last result
+                                "No step of this pass handles Services: nothing was done for it.",
                                 "Uninstalling: the importer Result: Succeeded",
+                                "No step of this pass handles Spotlight: nothing was done for it.",
                                 "Installing: the extension Result: Succeeded",
+                                "No step of this pass handles Extension: nothing was done for it.",
                                 "Uninstalling: remove all Result: Succeeded",  // no handler in this pass
+                                "No step of this pass handles Uninstall: nothing was done for it.",
                                 "Installing: unknown Result: Succeeded",
+                                "No step of this pass handles Odd: nothing was done for it.",
                             }));
+    EXPECT_TRUE(d.driver.outcomeLines().isEmpty()) << "nothing was asked to change: every step was a repair";
     // The add-in is removed before it is installed; mixed and unavailable rules are passed over.
     EXPECT_EQ(d.calls.mid(0, 2), (QStringList{"installWordMode 3 0 nil nil", "installWordMode 2 0 nil nil"}));
     EXPECT_FALSE(d.calls.join(' ').contains("installCategoryMode"));
     EXPECT_FALSE(d.calls.join(' ').contains("installUninstMode"));
+}
+
+TEST(InstallDriver, TheChangesAskedForAreListedAsTheyHappened) {
+    Driver d;
+    d.answers["installFileMode:itemNum:source:dest:"] = 0;      // the file handler removes nothing
+    d.answers["installCategoryMode:itemNum:source:dest:"] = 0;  // a category's copy status: 0 is done
+    int const found[] = {1, 1, 0, 0, 0, 0, 0, 0, -1, 0, 0};
+    int const asked[] = {1, 0, 1, 1, 0, 0, 0, 1, -1, 0, 0};
+    for (int rule = 0; rule < 11; ++rule) {
+        d.rules.setInitialItemState(rule, found[rule]);
+        d.rules.setItemState(rule, asked[rule]);
+    }
+    d.driver.makeChange();
+    EXPECT_EQ(d.driver.outcomeLines(), (QStringList{"Not removed: Tips (the log says why)", "Installed: Library",
+                                                    "Not installed: Services (nothing in this program installs it)",
+                                                    "Installed: Styles"}));
+    EXPECT_TRUE(d.driver.anyFailed());
+    EXPECT_TRUE(d.messages().contains("Styles: the step succeeded (its handler answers the file operation's own status, 0)"));
+    EXPECT_EQ(d.view.texts.value("changeText"), d.driver.outcomeLines().join('\n'));
 }
 
 TEST(InstallDriver, ForcedWordInstallAndUninstallOfEverything) {
