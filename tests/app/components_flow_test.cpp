@@ -78,8 +78,8 @@ TEST(ComponentsFlow, ACheckOfAnEmptyDiskThenAnInstallOfEverything) {
     i.controller->runSelector(QStringLiteral("startToMakeChange"));
     EXPECT_EQ(rf_test::read_file(i.installer + "/Refloom Tips.txt").substr(0, 12), "Refloom tips");
     EXPECT_TRUE(fs::exists(i.root + "/home/u/Documents/Refloom Sample Library/Sample References.txt"));
-    EXPECT_TRUE(fs::exists(i.content + "/Styles/Harvard.ens"));
-    EXPECT_TRUE(fs::exists(i.content + "/Most Popular/Filters/PubMed.enf"));
+    EXPECT_TRUE(fs::exists(i.content + "/Styles/Ashgrove.rfs"));
+    EXPECT_TRUE(fs::exists(i.content + "/Most Popular/Filters/Corvale Health Index.rfi"));
     QStringList const acted = i.results();
     EXPECT_EQ(acted.size(), 10) << acted.join('\n').toStdString();  // every rule with a method in a definite state
     EXPECT_TRUE(acted.contains("Installing: A short guide to Refloom, beside the program Result: Succeeded"));
@@ -94,7 +94,7 @@ TEST(ComponentsFlow, AnUninstallRemovesWhatItRemovesAndKeepsWhatItKeeps) {
     i.controller->runSelector(QStringLiteral("installCheck"));
     i.tickEverything();
     i.controller->runSelector(QStringLiteral("makeChange"));
-    i.scratch.write("root/Applications/Refloom 2025/Product-Support/Content.bundle/Styles/Mine.ens", "the user's");
+    i.scratch.write("root/Applications/Refloom 2025/Product-Support/Content.bundle/Styles/Mine.rfs", "the user's");
 
     i.controller->engine().startState(flow_custom);
     i.view->answers.enqueue(sheet_alternate);
@@ -102,8 +102,8 @@ TEST(ComponentsFlow, AnUninstallRemovesWhatItRemovesAndKeepsWhatItKeeps) {
     EXPECT_FALSE(i.view->enabled.value("uninstallBtn", true));
     EXPECT_TRUE(fs::exists(i.installer + "/Refloom Tips.txt"));  // the file handler never removes
     EXPECT_FALSE(fs::exists(i.root + "/home/u/Documents/Refloom Sample Library"));
-    EXPECT_FALSE(fs::exists(i.content + "/Styles/Harvard.ens"));
-    EXPECT_TRUE(fs::exists(i.content + "/Styles/Mine.ens"));  // not one of ours
+    EXPECT_FALSE(fs::exists(i.content + "/Styles/Ashgrove.rfs"));
+    EXPECT_TRUE(fs::exists(i.content + "/Styles/Mine.rfs"));  // not one of ours
     EXPECT_FALSE(fs::exists(i.content + "/Most Popular/Styles"));
     EXPECT_TRUE(rf_test::logMessages(i.controller->log().path()).contains("Customize un-install"));
 }

@@ -42,9 +42,9 @@ struct Modes {
     Modes() {
         scratch.write("installer/Extras/Tips.txt", "tips");
         scratch.write("installer/Extras/Library/refs.txt", "refs");
-        for (char const* style : {"A.ens", "B.ens"}) scratch.write(std::string("installer/Product-Support/Content.bundle/Styles/") + style, style);
-        scratch.write("installer/Product-Support/Content.bundle/Most Popular/Styles/A.ens", "A");
-        scratch.write("installer/Product-Support/Content.bundle/Most Popular/Filters/P.enf", "P");
+        for (char const* style : {"A.rfs", "B.rfs"}) scratch.write(std::string("installer/Product-Support/Content.bundle/Styles/") + style, style);
+        scratch.write("installer/Product-Support/Content.bundle/Most Popular/Styles/A.rfs", "A");
+        scratch.write("installer/Product-Support/Content.bundle/Most Popular/Filters/P.rfi", "P");
     }
     QString at(std::string const& path) const { return QString::fromStdString(path); }
 };
@@ -86,11 +86,11 @@ TEST(ContentModes, CategoriesPassTheFolderOperationsAnswerThrough) {
     EXPECT_EQ(m.modes.installCategoryMode(mode_check, 3, QString(), QString()), 0);
     // copyPath answers false on success: the category handler reports that as 0. Intended.
     EXPECT_EQ(m.modes.installCategoryMode(mode_copy, 3, QString(), QString()), 0);
-    EXPECT_EQ(read_file(m.content + "/Styles/B.ens"), "B.ens");
+    EXPECT_EQ(read_file(m.content + "/Styles/B.rfs"), "B.rfs");
     EXPECT_EQ(m.modes.installCategoryMode(mode_check, 3, QString(), QString()), 1);
-    m.scratch.write("root/Applications/Refloom 2025/Product-Support/Content.bundle/Styles/Mine.ens", "mine");
+    m.scratch.write("root/Applications/Refloom 2025/Product-Support/Content.bundle/Styles/Mine.rfs", "mine");
     EXPECT_EQ(m.modes.installCategoryMode(mode_remove, 3, QString(), QString()), 1);
-    EXPECT_EQ(fs::directory_iterator(m.content + "/Styles")->path().filename(), "Mine.ens");  // only ours went
+    EXPECT_EQ(fs::directory_iterator(m.content + "/Styles")->path().filename(), "Mine.rfs");  // only ours went
     // A copy that fails (a category the installer does not ship) answers 1.
     EXPECT_EQ(m.modes.installCategoryMode(mode_copy, 5, QString(), QString()), 1);
     EXPECT_EQ(m.shown.first(), QString("Refloom Content Files 1"));
@@ -100,7 +100,7 @@ TEST(ContentModes, AllCategoriesWorkOnTheMostPopularFolders) {
     Modes m;
     EXPECT_EQ(m.modes.installAllCategoriesMode(mode_check, 4, QString(), QString()), 0);
     m.modes.installAllCategoriesMode(mode_copy, 4, QString(), QString());
-    EXPECT_EQ(read_file(m.content + "/Most Popular/Filters/P.enf"), "P");
+    EXPECT_EQ(read_file(m.content + "/Most Popular/Filters/P.rfi"), "P");
     EXPECT_EQ(m.modes.installAllCategoriesMode(mode_check, 4, QString(), QString()), 1);
     m.modes.installAllCategoriesMode(mode_remove, 4, QString(), QString());
     EXPECT_FALSE(fs::exists(m.content + "/Most Popular/Styles"));
@@ -129,10 +129,10 @@ TEST(ContentModes, FolderComparisons) {
 TEST(ContentModes, PatchContentCopiesCategoriesTheCopyAlreadyHas) {
     Modes m;
     std::string const copy = m.scratch / "copy/Content.bundle";
-    m.scratch.write("copy/Content.bundle/Styles/A.ens", "old");
+    m.scratch.write("copy/Content.bundle/Styles/A.rfs", "old");
     m.modes.installPatchCategoriesItems(QVariantMap{{"styles", "Styles"}, {"filters", "Filters"}, {"number", 3}},
                                         m.at(copy));
-    EXPECT_EQ(read_file(copy + "/Styles/B.ens"), "B.ens");
+    EXPECT_EQ(read_file(copy + "/Styles/B.rfs"), "B.rfs");
     EXPECT_FALSE(fs::exists(copy + "/Filters"));  // the copy had none of these
     m.modes.installPatchCategoriesItems(std::nullopt, m.at(copy));
 }

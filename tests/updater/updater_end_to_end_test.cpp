@@ -226,7 +226,7 @@ TEST(Updater, CustomRunsStopWhileWordRunsAndInstallWhatIsSelected) {
 
     Demo::Run const done = d.run({"--unattended", "--flow", "custom", "--select", "Styles", "--deselect", "Fernwick Extension"});
     EXPECT_EQ(done.status, 0) << done.output.toStdString();
-    EXPECT_TRUE(fs::exists(d.first + "/Product-Support/Content.bundle/Styles/Harvard.ens"));
+    EXPECT_TRUE(fs::exists(d.first + "/Product-Support/Content.bundle/Styles/Ashgrove.rfs"));
     QJsonArray const components = d.reportJson()["components"].toArray();
     auto styles = std::find_if(components.begin(), components.end(), [](QJsonValue const& c) { return c["name"] == "Styles"; });
     ASSERT_NE(styles, components.end());
