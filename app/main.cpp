@@ -84,8 +84,12 @@ int main(int argc, char** argv) {
     rfController controller(std::unique_ptr<WizardView>(view), setup);
     view->setComponents(&controller.componentModel());
     controller.terminate = [view] { view->close(); };
-    if (QString const name = unknownComponent(controller, line->select + line->deselect); !name.isNull())
-        return fail(exit_usage, QStringLiteral("no component is named \"%1\" (see the component page)").arg(name));
+    if (QString const name = unknownComponent(controller, line->select + line->deselect); !name.isNull()) {
+        QStringList names;
+        for (int rule = 0; rule < controller.rules().count(); ++rule)
+            if (!controller.rules().getItemName(rule).isEmpty()) names << QLatin1Char('"') + controller.rules().getItemName(rule) + QLatin1Char('"');
+        return fail(exit_usage, QStringLiteral("no component is named \"%1\"; the components are %2").arg(name, names.join(QStringLiteral(", "))));
+    }
     RunOutcome outcome(controller, *line);
     ConsoleSession(controller, *view, *line, outcome).run();
     return finish(outcome, *line);

@@ -202,7 +202,7 @@ TEST(Updater, UsageErrorsSayWhatIsWrong) {
                           {{"--flow", "sideways"}, "--flow takes"},
                           {{"--mode", "7"}, "--mode takes"},
                           {{"--select", "Styles"}, "go with --unattended"},
-                          {{"--unattended", "--flow", "custom", "--select", "Nope"}, "no component is named"}};
+                          {{"--unattended", "--flow", "custom", "--select", "Nope"}, "no component is named \"Nope\"; the components are \"Word Add-in\", "}};
     for (Case const& c : cases) {
         Demo::Run const run = d.run(c.arguments);
         EXPECT_EQ(run.status, 2) << c.says;
