@@ -103,6 +103,7 @@ void ConsoleView::setOutline(QList<OutlineLine> const& lines) {
     m_stage = current;
     print(QString());
     print(QStringLiteral("[%1/%2] %3").arg(done + 1).arg(lines.size()).arg(current));
+    m_stageJustSaid = true;
 }
 
 void ConsoleView::setText(QString const& outlet, QString const& text) {
@@ -130,6 +131,9 @@ void ConsoleView::printPageText() {
 void ConsoleView::showPage() {
     if (m_shownPage) return;
     m_shownPage = true;
+    // A page that follows another of the same stage (the next copy's question) stands apart.
+    if (!m_stageJustSaid) print(QString());
+    m_stageJustSaid = false;
     // A page with a title of its own says it, beyond its stage's name.
     if (!m_title.isEmpty() && m_title != m_stage) print(QStringLiteral("== %1 ==").arg(m_title));
     printPageText();

@@ -80,6 +80,7 @@ private:
     bool m_showedOutcomes = false;
     bool m_closed = false;
     QString m_stage;       // the outline's current line, as last printed
+    bool m_stageJustSaid = false;
     QString m_count;       // "1 of 2": said with the next progress line
     QString m_title;
     QList<OutlineLine> m_outline;

@@ -268,3 +268,24 @@ TEST(Updater, ARunKilledDuringThePatchLeavesEachCopyWhole) {
         EXPECT_TRUE(d.isNew(d.second)) << attempt;
     }
 }
+
+TEST(Updater, TheReadMesTranscriptIsWhatTheTerminalPrints) {
+    SKIP_UNLESS_ROOT();
+    Demo d;
+    QFile readMe(RF_SOURCE_DIR "/README.md");
+    ASSERT_TRUE(readMe.open(QIODevice::ReadOnly));
+    QString const text = QString::fromUtf8(readMe.readAll());
+    qsizetype const start = text.indexOf("```text\n", text.indexOf("What you see in a terminal")) + 8;
+    QString const shown = text.mid(start, text.indexOf("```", start) - start);
+    // Typed answers are echoed when piped, as a terminal echoes them.
+    Demo::Run const run = d.run({"--console"}, "\n\nb\n\n\n");
+    auto plain = [](QString t) {
+        QStringList lines = t.split('\n');
+        for (QString& line : lines)
+            while (line.endsWith(' ')) line.chop(1);
+        return lines.join('\n').trimmed();
+    };
+    QString output = run.output;
+    output.replace(QString::fromStdString(d.root), "DEMO");
+    EXPECT_EQ(plain(output).toStdString(), plain(shown).toStdString());
+}
