@@ -1,9 +1,13 @@
 #include "components/component_model.h"
 
+#include "wizard/state_tables.h"
+
 namespace Refloom {
 namespace {
 
+// Each column's identifier, and its header as a person reads it.
 char const* const kColumnNames[] = {"component", "installed", "info"};
+char const* const kColumnHeaders[] = {QT_TRID_NOOP("Component"), QT_TRID_NOOP("Installed"), QT_TRID_NOOP("Description")};
 
 } // namespace
 
@@ -42,6 +46,9 @@ QVariant ComponentModel::data(QModelIndex const& index, int role) const {
         case info: return item->getItemDescription();
         }
     }
+    // A description too long for its column shows whole when the pointer rests on the row.
+    if (role == Qt::ToolTipRole && index.column() != installed)
+        return QStringLiteral("%1: %2").arg(item->getItemName(), item->getItemDescription());
     if (role == Qt::CheckStateRole && index.column() == installed) {
         if (state == item_mixed) return Qt::PartiallyChecked;
         return state == item_installed ? Qt::Checked : Qt::Unchecked;
@@ -50,8 +57,10 @@ QVariant ComponentModel::data(QModelIndex const& index, int role) const {
 }
 
 QVariant ComponentModel::headerData(int section, Qt::Orientation orientation, int role) const {
-    if (orientation != Qt::Horizontal || role != Qt::DisplayRole || section < 0 || section >= column_count) return {};
-    return QString::fromLatin1(kColumnNames[section]);
+    if (orientation != Qt::Horizontal || section < 0 || section >= column_count) return {};
+    if (role == Qt::DisplayRole) return localized(kColumnHeaders[section]);
+    if (role == Qt::UserRole) return QString::fromLatin1(kColumnNames[section]);  // the identifier
+    return {};
 }
 
 Qt::ItemFlags ComponentModel::flags(QModelIndex const& index) const {

@@ -9,6 +9,7 @@ namespace {
 
 constexpr char kTable[] = "acTbl";
 constexpr char const* kColumns[] = {"wordPath", "startupPath", "wordversion"};
+constexpr char const* kHeaders[] = {QT_TRID_NOOP("Word"), QT_TRID_NOOP("Startup folder"), QT_TRID_NOOP("Version")};
 
 } // namespace
 
@@ -36,15 +37,18 @@ int WordTableModel::rowCount(QModelIndex const& parent) const {
 int WordTableModel::columnCount(QModelIndex const& parent) const { return parent.isValid() ? 0 : column_count; }
 
 QVariant WordTableModel::data(QModelIndex const& index, int role) const {
-    if (!index.isValid() || role != Qt::DisplayRole || index.row() >= rowCount()) return {};
+    // Paths are shortened in the middle to fit; the tooltip gives them whole.
+    if (!index.isValid() || (role != Qt::DisplayRole && role != Qt::ToolTipRole) || index.row() >= rowCount()) return {};
     QStringList const fields = recordFields(m_word.wordAndStartupPaths().at(index.row()));
     if (index.column() == wordversion) return versionName(fields.value(2).toInt());
     return fields.value(index.column());
 }
 
 QVariant WordTableModel::headerData(int section, Qt::Orientation orientation, int role) const {
-    if (orientation != Qt::Horizontal || role != Qt::DisplayRole || section < 0 || section >= column_count) return {};
-    return QString::fromLatin1(kColumns[section]);
+    if (orientation != Qt::Horizontal || section < 0 || section >= column_count) return {};
+    if (role == Qt::DisplayRole) return localized(kHeaders[section]);
+    if (role == Qt::UserRole) return QString::fromLatin1(kColumns[section]);  // the identifier
+    return {};
 }
 
 StartupFolders::StartupFolders(IntegrationContext& context, WordDiscovery& word, Breadcrumbs& crumbs,

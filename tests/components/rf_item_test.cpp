@@ -67,7 +67,9 @@ TEST(ComponentModel, ShowsTheTreeWithTriStateBoxes) {
     QModelIndex const unavailable = model.index(1, ComponentModel::installed, model.index(0, 0));
     EXPECT_FALSE(model.flags(unavailable) & Qt::ItemIsEnabled);
     EXPECT_FALSE(model.setData(unavailable, Qt::Checked, Qt::CheckStateRole));
-    EXPECT_EQ(model.headerData(0, Qt::Horizontal).toString(), QString("component"));
+    EXPECT_EQ(model.headerData(0, Qt::Horizontal).toString(), QString("Component"));
+    EXPECT_EQ(model.headerData(0, Qt::Horizontal, Qt::UserRole).toString(), QString("component"));
+    EXPECT_EQ(model.data(model.index(0, ComponentModel::info), Qt::ToolTipRole).toString(), QString("A: cat a"));
 
     EXPECT_TRUE(model.setData(a, Qt::Checked, Qt::CheckStateRole));
     EXPECT_EQ(model.data(unavailable, Qt::CheckStateRole).toInt(), int(Qt::Checked));
