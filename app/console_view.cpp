@@ -26,7 +26,7 @@ constexpr PageText kPages[] = {
     {14, QT_TRID_NOOP("The updater will look for the copies of Refloom 2025 on this computer and update each one you choose.")},
     {17, QT_TRID_NOOP("The update has finished. What became of each copy:")},
     {18, QT_TRID_NOOP("Nothing was updated.")},
-    {8, QT_TRID_NOOP("The changes have been made. What became of each component you changed:")},
+    {8, QT_TRID_NOOP("The customization has finished. What became of each component you changed:")},
     {11, QT_TRID_NOOP("The uninstall has finished. What became of each component:")},
     {27, QT_TRID_NOOP("The add-in install has finished:")},
     {28, QT_TRID_NOOP("The add-in uninstall has finished:")},

@@ -12,6 +12,7 @@
 #include "app/console_session.h"
 #include "app/translations.h"
 #include "app/window_session.h"
+#include "ui/window_look.h"
 
 using namespace Refloom;
 
@@ -72,6 +73,7 @@ int main(int argc, char** argv) {
     installTranslations(setup.resourceDir());
 
     if (window) {
+        useReadableIndicators(static_cast<QApplication&>(*application));
         std::unique_ptr<QtWizardView> view = loadCustomizerWindow(setup.resourceDir());
         if (!view) return fail(exit_failed, QStringLiteral("cannot load the window file of %1").arg(setup.resourceDir()));
         QtWizardView* shown = view.get();

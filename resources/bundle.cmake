@@ -28,7 +28,7 @@ endfunction()
 # content bundle, the extras) and inside it (the Spotlight importer).
 function(rf_lay_out_components)
   foreach(resource Customizer.rules.txt Customizer.ui rfPanel.ui "Update Readme.txt" "License Agreement.txt"
-                   Customizer.icns Refloom_Folder.icns ContextMap.strings ContextLinksMap.strings)
+                   ContextMap.strings ContextLinksMap.strings)
     configure_file("${PROJECT_SOURCE_DIR}/resources/${resource}" "${RF_BUNDLE_DIR}/Contents/Resources/${resource}" COPYONLY)
   endforeach()
   add_custom_target(rf_components_payload ALL

@@ -14,6 +14,9 @@
 #include <QTextEdit>
 #include <QTreeView>
 
+#include "ui/icns_picture.h"
+#include "ui/window_look.h"
+
 namespace Refloom {
 namespace {
 
@@ -79,25 +82,31 @@ int QtWizardView::selectedPage() const {
     return pages ? pages->currentIndex() : -1;
 }
 
-void QtWizardView::setTitle(QString const& title) { setText(QStringLiteral("titleText"), title); }
+void QtWizardView::setTitle(QString const& title) {
+    setText(QStringLiteral("titleText"), title);
+    // A page without a title of its own has no rule under it either.
+    setHidden(QStringLiteral("rule"), title.isEmpty());
+}
 
-QString QtWizardView::outlineHtml(QList<OutlineLine> const& lines, bool dark) {
+QString QtWizardView::outlineHtml(QList<OutlineLine> const& lines, QPalette const& palette) {
+    QColor const ground = palette.color(QPalette::Window), text = palette.color(QPalette::WindowText);
+    QColor const toCome = softened(text, ground, 0.45, 4.6);
+    QColor const highlight = palette.color(QPalette::Highlight);
+    QColor const marked = contrast(highlight, ground) >= 3.0 ? highlight : text;
     QString html = QStringLiteral("<table cellspacing='0' cellpadding='4'>");
-    QString const light = dark ? QStringLiteral("color: #d0d0d0;") : QString();
     for (OutlineLine const& line : lines) {
-        QString const text = line.text.toHtmlEscaped();
         bool const comes = line.state == OutlineState::to_come;
-        QString const bullet = comes ? QStringLiteral("color: rgba(51,51,51,0.8);") : QStringLiteral("color: rgb(0,128,181); font-weight: bold;");
-        QString const words = (comes ? QStringLiteral("color: rgba(51,51,51,0.8);") : QString()) +
-                              (line.state == OutlineState::current ? QStringLiteral("font-weight: bold;") : QString()) + light;
-        html += QStringLiteral("<tr><td style='%1'>&#8226;</td><td style='%2'>%3</td></tr>").arg(bullet, words, text);
+        QString const bullet = QStringLiteral("color: %1;").arg((comes ? toCome : marked).name()) +
+                               (comes ? QString() : QStringLiteral(" font-weight: bold;"));
+        QString const words = QStringLiteral("color: %1;").arg((comes ? toCome : text).name()) +
+                              (line.state == OutlineState::current ? QStringLiteral(" font-weight: bold;") : QString());
+        html += QStringLiteral("<tr><td style='%1'>&#8226;</td><td style='%2'>%3</td></tr>").arg(bullet, words, line.text.toHtmlEscaped());
     }
     return html + QStringLiteral("</table>");
 }
 
 void QtWizardView::setOutline(QList<OutlineLine> const& lines) {
-    bool const dark = m_window && m_window->palette().color(QPalette::Window).lightness() < 128;
-    if (auto* label = qobject_cast<QLabel*>(outlet(QStringLiteral("outlineText")))) label->setText(outlineHtml(lines, dark));
+    if (auto* label = qobject_cast<QLabel*>(outlet(QStringLiteral("outlineText")))) label->setText(outlineHtml(lines, label->palette()));
 }
 
 void QtWizardView::setButtonEnabled(Button which, bool enabled) {
@@ -113,10 +122,11 @@ void QtWizardView::setButtonShown(Button which, bool shown) {
 }
 
 bool QtWizardView::showPicture(QString const& path) {
-    QPixmap const picture(path);
     auto* well = qobject_cast<QLabel*>(outlet(QStringLiteral("rfImage")));
-    if (picture.isNull() || !well) return false;
-    well->setPixmap(picture.scaled(QSize(128, 128), Qt::KeepAspectRatio, Qt::FastTransformation));
+    if (!well) return false;
+    QPixmap const picture = iconPicture(path, 128, well->devicePixelRatioF());
+    if (picture.isNull()) return false;
+    well->setPixmap(picture);
     return true;
 }
 

@@ -55,9 +55,9 @@ public:
     void beep() override;
     void redisplay() override;
 
-    // The outline as rich text: a bullet per stage, done and current ones marked, the current
-    // one bold, the ones to come greyed; light text on a dark appearance.
-    static QString outlineHtml(QList<OutlineLine> const& lines, bool dark);
+    // The outline as rich text in the palette's colours: a bullet per stage, done and current
+    // ones in the highlight colour, the current one bold, the ones to come softer but readable.
+    static QString outlineHtml(QList<OutlineLine> const& lines, QPalette const& palette);
 
 private:
     QWidget* outlet(QString const& name) const;

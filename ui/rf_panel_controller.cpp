@@ -6,6 +6,7 @@
 #include <QPixmap>
 #include <QPushButton>
 
+#include "ui/icns_picture.h"
 #include "ui/window_files.h"
 
 namespace Refloom {
@@ -36,7 +37,7 @@ int rfPanelController::showSheetOnWindow(QWidget* parent, QString const& title, 
     panel->setWindowTitle(title);
     if (auto* text = panel->findChild<QLabel*>(QStringLiteral("msgText"))) text->setText(message);
     if (auto* icon = panel->findChild<QLabel*>(QStringLiteral("msgIcon")); icon && !m_iconFile.isEmpty())
-        icon->setPixmap(QPixmap(m_iconFile).scaled(64, 64, Qt::KeepAspectRatio, Qt::SmoothTransformation));
+        icon->setPixmap(iconPicture(m_iconFile, 64, icon->devicePixelRatioF()));
     struct Choice {
         char const* name;
         QString text;

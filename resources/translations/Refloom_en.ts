@@ -159,14 +159,6 @@
         <source></source>
         <translation type="unfinished"></translation>
     </message>
-    <message id="The update has finished. The log tells each step.">
-        <source></source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message id="No copy of Refloom 2025 that this update applies to was found on this computer.">
-        <source></source>
-        <translation type="unfinished"></translation>
-    </message>
     <message id="Done">
         <source></source>
         <translation type="unfinished"></translation>
@@ -203,6 +195,178 @@
         <source></source>
         <translation type="unfinished"></translation>
     </message>
+    <message id="The update has finished. What became of each copy:">
+        <source></source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Nothing was updated.">
+        <source></source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="The uninstall has finished. What became of each component:">
+        <source></source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="The add-in install has finished:">
+        <source></source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="The add-in uninstall has finished:">
+        <source></source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="  Please answer with one of: %@">
+        <source></source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Component">
+        <source></source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Installed">
+        <source></source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Description">
+        <source></source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Installed: %1">
+        <source></source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Not installed: %1 (nothing in this program installs it)">
+        <source></source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Not installed: %1 (the log says why)">
+        <source></source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Removed: %1">
+        <source></source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Not removed: %1 (nothing in this program removes it)">
+        <source></source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Not removed: %1 (the log says why)">
+        <source></source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Nothing was changed.">
+        <source></source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="the Margina add-in for Word">
+        <source></source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="the Fernwick Extension">
+        <source></source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Word">
+        <source></source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Startup folder">
+        <source></source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Version">
+        <source></source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="the patch tool was not run as this update expects">
+        <source></source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="this update's patch is missing or damaged">
+        <source></source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="this update's patch is not signed by its maker">
+        <source></source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="this update's patch is of a newer format">
+        <source></source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="a link stands where the update would write">
+        <source></source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="it has been changed since it was installed; reinstall it, then update">
+        <source></source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="a file of the update does not match; nothing was changed">
+        <source></source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="the patch could not be applied; the copy was put back as it was">
+        <source></source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="it is already up to date">
+        <source></source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="the patch tool ended with status %@">
+        <source></source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Updated: %1 (%2 -> %3)">
+        <source></source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Already up to date: %1 (%2)">
+        <source></source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Left as it was (the answer was No): %1">
+        <source></source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Cannot be updated: %1: %2">
+        <source></source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Not updated: %1: %2">
+        <source></source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Left as it was (the run ended before it was offered): %1">
+        <source></source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="%1 of %2">
+        <source></source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="administrator rights were refused (%@)">
+        <source></source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="the patch could not be run with administrator rights (status %@)">
+        <source></source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="No copy of Refloom 2025 was found on this computer.">
+        <source></source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="The log of every step: %@">
+        <source></source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="The customization has finished. What became of each component you changed:">
+        <source></source>
+        <translation type="unfinished"></translation>
+    </message>
     <message id="
 A copy of Refloom was found at the following location:
 
@@ -228,10 +392,6 @@ Would you like to try again?
     <name>Customizer</name>
     <message>
         <source>Refloom 2025.3 Updater</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>font-size: 16pt; font-weight: 600; color: palette(window-text);</source>
         <translation type="unfinished"></translation>
     </message>
     <message>
@@ -295,23 +455,11 @@ Would you like to try again?
         <translation type="unfinished"></translation>
     </message>
     <message>
-        <source>Your changes have been made. The log tells each step.</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
         <source>Everything Refloom installed outside the application will be removed.</source>
         <translation type="unfinished"></translation>
     </message>
     <message>
         <source>Updating…</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>Refloom&apos;s components have been removed from this computer.</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>Microsoft Word is running. Please quit Word, then click Retry.</source>
         <translation type="unfinished"></translation>
     </message>
     <message>
@@ -332,14 +480,6 @@ Would you like to try again?
     </message>
     <message>
         <source>This update brings every copy of Refloom 2025 on this computer to the latest version. It looks for the copies, asks you about each one, and updates the ones you choose.</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>The update has finished. The log tells each step.</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>No copy of Refloom 2025 that this update applies to was found on this computer.</source>
         <translation type="unfinished"></translation>
     </message>
     <message>
@@ -391,14 +531,6 @@ Would you like to try again?
         <translation type="unfinished"></translation>
     </message>
     <message>
-        <source>The Margina add-in is in place.</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>The Margina add-in has been removed.</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
         <source>?</source>
         <translation type="unfinished"></translation>
     </message>
@@ -432,6 +564,42 @@ Would you like to try again?
     </message>
     <message>
         <source>next:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The uninstall has finished. What became of each component:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Microsoft Word is running. Please quit Word, then click Next to try again.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The update has finished. What became of each copy:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Show the Log</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>showLog:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Nothing was updated.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The add-in install has finished:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The add-in uninstall has finished:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The customization has finished. What became of each component you changed:</source>
         <translation type="unfinished"></translation>
     </message>
 </context>
