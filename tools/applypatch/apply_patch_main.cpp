@@ -53,6 +53,15 @@ std::string publicKeyBesideTool() {
     return path.substr(0, path.rfind('/') + 1) + "applyPatch.pub";
 }
 
+// One line: the folder the run was about, when there is one, so that a message about a file of
+// one copy among several says which copy.
+void refuse(std::string const& folder, char const* why) {
+    if (folder.empty())
+        std::fprintf(stderr, "applyPatch: %s\n", why);
+    else
+        std::fprintf(stderr, "applyPatch: in \"%s\": %s\n", folder.c_str(), why);
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -88,10 +97,10 @@ int main(int argc, char** argv) {
         std::printf("applyPatch: \"%s\" is already up to date; nothing was changed\n", folder.c_str());
         return dryRun ? kDryRunUpToDate : 0;
     } catch (PatchError const& error) {
-        std::fprintf(stderr, "applyPatch: %s\n", error.what());
+        refuse(folder, error.what());
         return error.status();
     } catch (std::exception const& error) {
-        std::fprintf(stderr, "applyPatch: %s\n", error.what());
+        refuse(folder, error.what());
         return int(Refusal::failed);
     }
 }
