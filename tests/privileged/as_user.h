@@ -9,6 +9,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <filesystem>
+#include <functional>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <string>
@@ -16,6 +17,15 @@
 #include <unistd.h>
 
 namespace rf_test {
+
+// Calls `visit` for everything below `folder` that the user may see, as far as the user may.
+inline void eachBelow(QString const& folder, std::function<void(std::filesystem::path const&)> const& visit) {
+    namespace fs = std::filesystem;
+    std::error_code error;
+    for (fs::recursive_directory_iterator it(folder.toStdString(), fs::directory_options::skip_permission_denied, error), end;
+         it != end; it.increment(error))
+        visit(it->path());
+}
 
 // The sandbox and the helper come from run_as_user.sh; `root` may name a system root of the
 // test's own instead of the sandbox's.

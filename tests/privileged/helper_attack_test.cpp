@@ -25,16 +25,10 @@ constexpr char kSudo[] = "/usr/bin/sudo -n";
 // Regular files below `folder` that carry a set-user-id or set-group-id bit, a line each.
 std::string setIdFiles(QString const& folder) {
     std::string found;
-    std::error_code error;
-    for (fs::recursive_directory_iterator
-             it(folder.toStdString(), fs::directory_options::skip_permission_denied, error),
-         end;
-         it != end; it.increment(error)) {
+    rf_test::eachBelow(folder, [&](fs::path const& path) {
         struct stat info;
-        if (lstat(it->path().c_str(), &info) == 0 && S_ISREG(info.st_mode) &&
-            (info.st_mode & 06000) != 0)
-            found += it->path().string() + "\n";
-    }
+        if (lstat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode) && (info.st_mode & 06000) != 0) found += path.string() + "\n";
+    });
     return found;
 }
 
@@ -46,15 +40,12 @@ std::string readable(std::string const& path) {
 
 // True when a regular file below `folder` that the user can read holds `text`.
 bool anyFileHolds(QString const& folder, std::string const& text) {
-    std::error_code error;
-    for (fs::recursive_directory_iterator
-             it(folder.toStdString(), fs::directory_options::skip_permission_denied, error),
-         end;
-         it != end; it.increment(error))
-        if (!it->is_symlink(error) && it->is_regular_file(error) &&
-            readable(it->path()).find(text) != std::string::npos)
-            return true;
-    return false;
+    bool held = false;
+    rf_test::eachBelow(folder, [&](fs::path const& path) {
+        std::error_code error;
+        if (!fs::is_symlink(path, error) && fs::is_regular_file(path, error)) held = held || readable(path).find(text) != std::string::npos;
+    });
+    return held;
 }
 
 uid_t ownerOf(QString const& path) {
