@@ -19,7 +19,7 @@ namespace {
 std::vector<std::string> callsOfARun(PatchFixture& f, std::string const& folder, std::string const& patch) {
     std::string const log = f.scratch / "calls.log";
     fs::remove(log);
-    EXPECT_EQ(rf_test::run("RF_FS_CALL_LOG='" + log + "' LD_PRELOAD='" RF_FS_CALL_SHIM "' '" + f.tool + "' -d '" + folder +
+    EXPECT_EQ(rf_test::run(RF_SHIM_ENVIRONMENT "RF_FS_CALL_LOG='" + log + "' LD_PRELOAD='" RF_FS_CALL_SHIM "' '" + f.tool + "' -d '" + folder +
                            "' -i '" + patch + "'"),
               0);
     std::vector<std::string> calls;
@@ -60,7 +60,7 @@ TEST(ApplyPatch, KilledRunsLeaveTheOldTreeOrTheNewOne) {
         long const killAt = 1 + trial * total / trials;
         fs::remove_all(work);
         ASSERT_EQ(rf_test::run("cp -a '" + old + "' '" + work + "'"), 0);
-        rf_test::run("RF_FS_KILL_AT=" + std::to_string(killAt) + " LD_PRELOAD='" RF_FS_CALL_SHIM "' '" + f.tool + "' -d '" +
+        rf_test::run(RF_SHIM_ENVIRONMENT "RF_FS_KILL_AT=" + std::to_string(killAt) + " LD_PRELOAD='" RF_FS_CALL_SHIM "' '" + f.tool + "' -d '" +
                      work + "' -i '" + patch + "' 2>/dev/null");
         f.apply(work, patch, "-n");  // any run first completes or undoes the killed one
         bool const committed = killAt > journal[1];

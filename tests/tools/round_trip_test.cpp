@@ -136,7 +136,7 @@ TEST(ApplyPatch, EachJournalStateIsWrittenOnlyAfterWhatItReliesOnIsFlushed) {
     f.scratch.write("new/sub/added.txt", "added");
     std::string const patch = f.make(f.scratch / "old", f.scratch / "new");
     std::string const log = f.scratch / "calls.log";
-    ASSERT_EQ(rf_test::run("RF_FS_CALL_LOG='" + log + "' LD_PRELOAD='" RF_FS_CALL_SHIM "' '" + f.tool + "' -d '" +
+    ASSERT_EQ(rf_test::run(RF_SHIM_ENVIRONMENT "RF_FS_CALL_LOG='" + log + "' LD_PRELOAD='" RF_FS_CALL_SHIM "' '" + f.tool + "' -d '" +
                            (f.scratch / "old") + "' -i '" + patch + "'"),
               0);
     EXPECT_TRUE(rf_test::sameTree(f.scratch / "old", f.scratch / "new"));

@@ -12,7 +12,7 @@ root=$(mktemp -d /tmp/rf-window-smoke.XXXXXX)
 trap 'rm -rf "$root"' EXIT
 # With no window manager nothing is active for the keyboard, so the test clicks: Cancel is the
 # third button from the right in the bottom row.
-timeout 120 xvfb-run -a bash -c '
+timeout "${RF_SMOKE_SECONDS:-120}" xvfb-run -a bash -c '
   HOME=/home/u "$0" --root "$1" >/dev/null 2>&1 &
   program=$!
   window=$(xdotool search --sync --onlyvisible --name "Refloom 2025.3 Updater" | head -1)
