@@ -28,6 +28,7 @@ constexpr PageText kPages[] = {
     {18, QT_TRID_NOOP("Nothing was updated.")},
     {8, QT_TRID_NOOP("The customization has finished. What became of each component you changed:")},
     {11, QT_TRID_NOOP("The uninstall has finished. What became of each component:")},
+    {7, QT_TRID_NOOP("The installation has finished. What became of each component:")},
     {27, QT_TRID_NOOP("The add-in install has finished:")},
     {28, QT_TRID_NOOP("The add-in uninstall has finished:")},
 };
@@ -39,7 +40,7 @@ struct PageOutlet {
 };
 constexpr PageOutlet kPageOutlets[] = {
     {16, "patchFound"}, {17, "doneText"}, {18, "nothingText"}, {8, "changeText"},
-    {11, "removedText"}, {27, "addinText"}, {28, "addinRemovedText"},
+    {11, "removedText"}, {7, "installText"}, {27, "addinText"}, {28, "addinRemovedText"},
 };
 
 // The outlets whose text is progress: printed as they change.
@@ -139,7 +140,7 @@ void ConsoleView::showPage() {
     printPageText();
     for (PageOutlet const& page : kPageOutlets)
         if (page.panel == m_page) print(m_texts.value(QLatin1String(page.outlet)).trimmed());
-    for (int const outcomes : {17, 18, 8, 11, 27, 28}) m_showedOutcomes = m_showedOutcomes || m_page == outcomes;
+    for (int const outcomes : {17, 18, 8, 11, 7, 27, 28}) m_showedOutcomes = m_showedOutcomes || m_page == outcomes;
     if (m_page == 6) showComponents();
 }
 

@@ -96,7 +96,7 @@ void InstallDriver::noteOutcome(QString const& name, int action, std::optional<i
 
 void InstallDriver::showOutcomes() {
     QString const text = m_outcomes.isEmpty() ? localized("Nothing was changed.") : m_outcomes.join(QLatin1Char('\n'));
-    for (char const* outlet : {"changeText", "removedText", "addinText", "addinRemovedText"})
+    for (char const* outlet : {"changeText", "removedText", "installText", "addinText", "addinRemovedText"})
         m_view.setText(QString::fromLatin1(outlet), text);
 }
 

@@ -367,6 +367,10 @@
         <source></source>
         <translation type="unfinished"></translation>
     </message>
+    <message id="The installation has finished. What became of each component:">
+        <source></source>
+        <translation type="unfinished"></translation>
+    </message>
     <message id="
 A copy of Refloom was found at the following location:
 
@@ -448,10 +452,6 @@ Would you like to try again?
     </message>
     <message>
         <source>doUninstall:</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>The installation has finished. Refloom&apos;s components are in place; the log tells each step.</source>
         <translation type="unfinished"></translation>
     </message>
     <message>
@@ -600,6 +600,10 @@ Would you like to try again?
     </message>
     <message>
         <source>The customization has finished. What became of each component you changed:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The installation has finished. What became of each component:</source>
         <translation type="unfinished"></translation>
     </message>
 </context>
