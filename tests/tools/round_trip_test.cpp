@@ -84,6 +84,22 @@ Case const kCases[] = {
          fs::permissions(n + "/folder", fs::perms::owner_all);
          setTime(o + "/touched", 5);
      }},
+    {"content that does not compress", [](PatchFixture& f, std::string const& o, std::string const& n) {
+         // Random bytes stand for encrypted or signed blobs; an xz file and a zip archive for
+         // content that is compressed already. Each is replaced by unrelated bytes of its kind.
+         std::mt19937 random(7);
+         auto noise = [&random](std::size_t size) {
+             std::string bytes(size, '\0');
+             for (char& byte : bytes) byte = char(random());
+             return bytes;
+         };
+         f.scratch.write(o + "/blob", noise(2 << 20));
+         f.scratch.write(n + "/blob", noise(2 << 20));
+         for (std::string const& t : {o, n}) {
+             f.scratch.write(t + "/text", noise(300000));
+             ASSERT_EQ(rf_test::run("cd '" + t + "' && xz -k -0 text && zip -q -0 archive.zip text && rm text"), 0);
+         }
+     }},
     {"folder becomes file and file becomes folder", [](PatchFixture& f, std::string const& o, std::string const& n) {
          f.scratch.write(o + "/x/inner/deep.txt", "deep");
          f.scratch.write(o + "/x/top.txt", "top");
@@ -192,4 +208,21 @@ TEST(ApplyPatch, APatchOfTheFirstFormatVersionStillApplies) {
     fs::copy_file(RF_TEST_DATA "/minor0.pub", f.scratch / "tool/applyPatch.pub", fs::copy_options::overwrite_existing);
     EXPECT_EQ(f.apply(f.scratch / "old", RF_TEST_DATA "/minor0.rfp"), 0);
     EXPECT_EQ(rf_test::run("diff -r '" + (f.scratch / "old") + "' '" + (f.scratch / "new") + "' >/dev/null"), 0);
+}
+
+TEST(MakePatch, ContentThatDoesNotCompressCostsLittleMoreThanItsOwnSize) {
+    PatchFixture f;
+    std::mt19937 random(11);
+    auto noise = [&random](std::size_t size) {
+        std::string bytes(size, '\0');
+        for (char& byte : bytes) byte = char(random());
+        return bytes;
+    };
+    std::size_t const size = 3 << 19;  // past the size at which a stream is looked at first
+    f.scratch.write("old/blob", noise(size));
+    f.scratch.write("new/blob", noise(size));
+    std::string const patch = f.make(f.scratch / "old", f.scratch / "new");
+    EXPECT_LE(fs::file_size(patch), size + size / 200 + 4096);
+    EXPECT_EQ(f.apply(f.scratch / "old", patch), 0);
+    EXPECT_TRUE(rf_test::sameTree(f.scratch / "old", f.scratch / "new"));
 }

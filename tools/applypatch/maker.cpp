@@ -38,14 +38,18 @@ constexpr std::size_t kBitViewLimit = 8 << 20;
 // whether the full-strength whole-file payload is worth making at all.
 void makePayload(Job& job, int level, int threads) {
     std::string const next = readWholeFile(job.newPath);
+    std::string quick = compress(next, 3);
     if (!job.oldPath.empty()) {
         std::string const old = readWholeFile(job.oldPath);
         bool const bitPacked = isBitcode(old) && isBitcode(next) && old.size() <= kBitViewLimit;
         job.payload = makeDelta(old, next, level, threads, bitPacked ? OldView::bits : OldView::bytes);
         job.kind = bitPacked ? PayloadKind::bit_delta : PayloadKind::delta;
-        if (compress(next, 3).size() >= job.payload.size()) return;
+        if (quick.size() >= job.payload.size()) return;
     }
-    std::string whole = compress(next, level, threads > 1 && next.size() >= (4u << 20) ? threads : 0);
+    // Content that does not compress (compressed images and archives, encrypted or signed
+    // blobs) is stored as the quick pass left it, a few bytes a block over its own size.
+    bool const incompressible = quick.size() >= next.size() * 98 / 100;
+    std::string whole = incompressible ? std::move(quick) : compress(next, level, threads > 1 && next.size() >= (4u << 20) ? threads : 0);
     if (job.payload.empty() || whole.size() < job.payload.size()) {
         job.payload = std::move(whole);
         job.kind = PayloadKind::whole;

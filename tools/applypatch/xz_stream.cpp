@@ -33,17 +33,24 @@ std::string compressXz(std::string_view data, int workers) {
         started = lzma_stream_encoder(&stream, filters, LZMA_CHECK_NONE);
     }
     if (started != LZMA_OK) failed("cannot start");
+    // The bound is the single-threaded encoder's; the threaded one frames its blocks and may need
+    // more on data that does not compress, so the output grows until the stream ends.
     std::string out(lzma_stream_buffer_bound(data.size()), '\0');
     stream.next_in = reinterpret_cast<std::uint8_t const*>(data.data());
     stream.avail_in = data.size();
     stream.next_out = reinterpret_cast<std::uint8_t*>(out.data());
     stream.avail_out = out.size();
     lzma_ret result;
-    while ((result = lzma_code(&stream, LZMA_FINISH)) == LZMA_OK) {
+    while ((result = lzma_code(&stream, LZMA_FINISH)) == LZMA_OK || (result == LZMA_BUF_ERROR && stream.avail_out == 0)) {
+        if (stream.avail_out > 0) continue;
+        std::size_t const used = out.size();
+        out.resize(used + used / 4 + 4096);
+        stream.next_out = reinterpret_cast<std::uint8_t*>(out.data() + used);
+        stream.avail_out = out.size() - used;
     }
     std::size_t const size = out.size() - stream.avail_out;
     lzma_end(&stream);
-    if (result != LZMA_STREAM_END) failed("the output did not fit");
+    if (result != LZMA_STREAM_END) failed("the encoder stopped before the end");
     out.resize(size);
     return out;
 }
