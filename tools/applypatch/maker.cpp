@@ -39,16 +39,22 @@ constexpr std::size_t kBitViewLimit = 8 << 20;
 void makePayload(Job& job, int level, int threads) {
     std::string const next = readWholeFile(job.newPath);
     std::string quick = compress(next, 3);
+    // Content that does not compress (compressed images and archives, encrypted or signed
+    // blobs) is stored as the quick pass left it, a few bytes a block over its own size; and
+    // when the old file holds none of it either, no delta is searched for.
+    bool const incompressible = quick.size() >= next.size() * 98 / 100;
     if (!job.oldPath.empty()) {
         std::string const old = readWholeFile(job.oldPath);
+        if (incompressible && sizeAfter(old, next) >= next.size() * 98 / 100) {
+            job.payload = std::move(quick);
+            job.kind = PayloadKind::whole;
+            return;
+        }
         bool const bitPacked = isBitcode(old) && isBitcode(next) && old.size() <= kBitViewLimit;
         job.payload = makeDelta(old, next, level, threads, bitPacked ? OldView::bits : OldView::bytes);
         job.kind = bitPacked ? PayloadKind::bit_delta : PayloadKind::delta;
         if (quick.size() >= job.payload.size()) return;
     }
-    // Content that does not compress (compressed images and archives, encrypted or signed
-    // blobs) is stored as the quick pass left it, a few bytes a block over its own size.
-    bool const incompressible = quick.size() >= next.size() * 98 / 100;
     std::string whole = incompressible ? std::move(quick) : compress(next, level, threads > 1 && next.size() >= (4u << 20) ? threads : 0);
     if (job.payload.empty() || whole.size() < job.payload.size()) {
         job.payload = std::move(whole);

@@ -20,6 +20,20 @@ std::string compress(std::string_view data, int level, int workers) {
     return out;
 }
 
+std::size_t sizeAfter(std::string_view prefix, std::string_view data) {
+    ZSTD_CCtx* context = ZSTD_createCCtx();
+    int windowLog = 10;
+    while (windowLog < 30 && (std::size_t(1) << windowLog) < prefix.size() + data.size()) ++windowLog;
+    ZSTD_CCtx_setParameter(context, ZSTD_c_compressionLevel, 1);
+    ZSTD_CCtx_setParameter(context, ZSTD_c_windowLog, windowLog);
+    ZSTD_CCtx_setParameter(context, ZSTD_c_enableLongDistanceMatching, 1);
+    ZSTD_CCtx_refPrefix(context, prefix.data(), prefix.size());
+    std::string out(ZSTD_compressBound(data.size()), '\0');
+    std::size_t const size = ZSTD_compress2(context, out.data(), out.size(), data.data(), data.size());
+    ZSTD_freeCCtx(context);
+    return ZSTD_isError(size) ? data.size() : size;
+}
+
 namespace {
 
 // Decoders kept for the next reader on the same thread: a tree patch opens four streams for each

@@ -13,6 +13,9 @@ namespace Refloom::Patch {
 
 // Compressed with `workers` threads (0: in the calling thread).
 std::string compress(std::string_view data, int level, int workers = 0);
+// The size of `data` compressed quickly with `prefix` before it, long matches found anywhere in
+// it: how much of `data` the prefix already holds, measured in a fraction of a delta's time.
+std::size_t sizeAfter(std::string_view prefix, std::string_view data);
 
 // Reads the decompressed bytes of the zstd data stored at [offset, offset + size) of a file.
 class ZstdFileReader : public StreamReader {
