@@ -12,7 +12,6 @@
 namespace Refloom::Helper {
 namespace {
 
-constexpr int kMaxDepth = 128;
 
 // The writing side, buffered; a write that fails ends the reader.
 class StreamOut {
@@ -66,7 +65,7 @@ struct stat gStaging;
 
 void send(StreamOut& out, int parent, std::string const& name, std::string const& shown,
           int depth) {
-    if (depth > kMaxDepth) fail(out, shown + ": folders nested too deep");
+    if (depth > kMaxTreeDepth) fail(out, shown + ": folders nested too deep");
     struct stat info;
     if (fstatat(parent, name.c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0)
         fail(out, failure(shown, "cannot look at it"));

@@ -3,7 +3,6 @@
 #include "privileged/helper/copy_stream.h"
 #include "privileged/helper/tree_walk.h"
 
-#include <array>
 #include <cerrno>
 #include <fcntl.h>
 #include <limits.h>
@@ -14,13 +13,18 @@
 namespace Refloom::Helper {
 namespace {
 
-constexpr int kMaxDepth = 128;
 constexpr std::uint32_t kMaxChunk = 1 << 20;
 constexpr char kStaged[] = "item";
 
 // Modes as they may stand on anything the helper makes.
 mode_t plain(std::uint32_t mode) {
     return mode_t(mode & 0777);
+}
+
+// Gives the folder `fd` the mode (without set-id and sticky bits) and times of `from`.
+bool takeModeAndTimes(int fd, struct stat const& from) {
+    timespec const times[2] = {from.st_atim, from.st_mtim};
+    return fchmod(fd, from.st_mode & 0777) == 0 && futimens(fd, times) == 0;
 }
 
 // Builds the stream's entries in the staging folder. False, with the reason in `errors`, on
@@ -33,7 +37,7 @@ public:
 
     bool entry(char kind, int parent, std::string const& name, EntryHeader const& header,
                int depth) {
-        if (depth > kMaxDepth) return broken("folders nested too deep");
+        if (depth > kMaxTreeDepth) return broken("folders nested too deep");
         switch (kind) {
         case 'F':
             return file(parent, name, header);
@@ -153,14 +157,12 @@ bool place(int from, int into, dev_t device, std::string const& shown, std::stri
             Fd const source = openFolder(from, name), target = openFolder(into, name);
             struct stat opened;
             if (!source || !target || fstat(target.get(), &opened) != 0 ||
-                opened.st_dev != device || depth >= kMaxDepth) {
+                opened.st_dev != device || depth >= kMaxTreeDepth) {
                 ok = false, errors += path + ": cannot merge into this folder\n";
                 continue;
             }
             ok = place(source.get(), target.get(), device, path, errors, depth + 1) && ok;
-            if (fchmod(target.get(), staged.st_mode & 0777) != 0 ||
-                futimens(target.get(), std::array{staged.st_atim, staged.st_mtim}.data()) != 0)
-                ok = false, errors += failure(path, "cannot set its mode and times");
+            if (!takeModeAndTimes(target.get(), staged)) ok = false, errors += failure(path, "cannot set its mode and times");
             continue;
         }
         // A folder goes only where nothing stands; anything else replaces what is there, but
@@ -251,11 +253,8 @@ CopyResult copyTree(std::string const& source, Pinned const& destination, UserId
             result.done =
                 top && fstat(top.get(), &info) == 0 &&
                 place(top.get(), receiver.get(), homeInfo.st_dev, destination.path, errors, 0);
-            if (result.done &&
-                (fchmod(receiver.get(), info.st_mode & 0777) != 0 ||
-                 futimens(receiver.get(), std::array{info.st_atim, info.st_mtim}.data()) != 0))
-                result.done = false,
-                errors += failure(destination.path, "cannot set its mode and times");
+            if (result.done && !takeModeAndTimes(receiver.get(), info))
+                result.done = false, errors += failure(destination.path, "cannot set its mode and times");
         } else {
             // Renamed in as a whole: into the folder under the source's name, or onto the name.
             int const into = receiver ? receiver.get() : destination.parent.get();

@@ -10,12 +10,9 @@
 namespace Refloom::Helper {
 namespace {
 
-// Deeper than any tree the program installs; it bounds the descriptors a walk holds open.
-constexpr int kMaxDepth = 128;
-
 bool walk(int folder, dev_t device, std::string const& shown, Visit const& visit,
           std::string& errors, int depth) {
-    if (depth > kMaxDepth) {
+    if (depth > kMaxTreeDepth) {
         errors += shown + ": folders nested too deep\n";
         return false;
     }

@@ -14,6 +14,9 @@
 
 namespace Refloom::Helper {
 
+// Deeper than any tree the program installs; it bounds the descriptors a walk holds open.
+inline constexpr int kMaxTreeDepth = 128;
+
 // A folder opened for reading its entries: refused (no descriptor) for a link or a non-folder.
 Fd openFolder(int parent, std::string const& name);
 // True when the open folder `inner` lies on the file system of the open folder `outer`: a walk

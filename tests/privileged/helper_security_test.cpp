@@ -6,10 +6,7 @@
 
 #include <QDir>
 
-#include <atomic>
-#include <fstream>
 #include <filesystem>
-#include <thread>
 
 #include "privileged/helper_protocol.h"
 #include "tests/fixtures/privileged.h"
@@ -146,36 +143,6 @@ TEST(PrivilegedHelper, RunsOnlyScriptsWhoseHashIsListedAndNobodyElseMayChange) {
     // A policy that others may change is no policy: the helper does not start.
     fs::permissions(b.contents + "/helper-policy", fs::perms::others_write, fs::perm_options::add);
     EXPECT_FALSE(b.start());
-}
-
-TEST(PrivilegedHelper, ALinkFlippedDuringItsChecksIsNeverFollowed) {
-    HelperBundle b;
-    std::string const flip = b.spotlight + "/flip";
-    b.scratch.write("root/outside/f", "outside");
-    fs::permissions(b.outside + "/f", fs::perms::owner_read);
-    std::string const before = b.outsideState();
-    auto helper = b.start();
-    ASSERT_TRUE(helper);
-    std::atomic<bool> done = false;
-    std::thread flipper([&] {
-        fs::path const folder = b.spotlight + "/real", link = b.spotlight + "/link";
-        fs::create_directories(folder);
-        std::ofstream((folder / "f").string()) << "inside";
-        fs::create_symlink(b.outside, link);
-        while (!done) {
-            rename(folder.c_str(), flip.c_str());
-            rename(flip.c_str(), folder.c_str());
-            rename(link.c_str(), flip.c_str());
-            rename(flip.c_str(), link.c_str());
-        }
-    });
-    for (int i = 0; i < 3000; ++i) {
-        helper->run({FileTool::chmod, {flip + "/f", "777"}});
-        helper->run({FileTool::copy, {b.resources + "/ok.sh", flip + "/f"}});
-    }
-    done = true;
-    flipper.join();
-    EXPECT_EQ(b.outsideState(), before);
 }
 
 TEST(PrivilegedHelper, AnOverLongArgumentIsNeverSentAndTheNextRequestStandsAlone) {

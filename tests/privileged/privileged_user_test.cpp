@@ -76,28 +76,3 @@ TEST(AsUnprivilegedUser, AFakeElevationIsNeverBelieved) {
     }
     EXPECT_FALSE(fs::exists(marker));  // pkexec is taken by its absolute path, never from PATH
 }
-
-TEST(AsUnprivilegedUser, LinksAreNeverFollowedAsAdministrator) {
-    SKIP_UNLESS_RUN_BY_THE_SCRIPT();
-    rf_test::ScopedEnv elevate("RF_ELEVATE", "/usr/bin/sudo -n");
-    AsUser u;
-    std::string const before = u.outsideState();
-    QString const link = u.spotlight + QStringLiteral("/link");
-    QString const folderLink = u.spotlight + QStringLiteral("/folder link");
-    EXPECT_TRUE(u.files.chmod(link, QStringLiteral("777")));  // the helper refuses: failed
-    EXPECT_TRUE(u.files.chmod(folderLink + QStringLiteral("/secret"), QStringLiteral("777")));
-    EXPECT_TRUE(u.files.removeFile(folderLink + QStringLiteral("/")));
-    // A root file the user cannot read is no source.
-    EXPECT_TRUE(u.files.copyPath(u.outside + QStringLiteral("/secret"), u.spotlight + QStringLiteral("/stolen")));
-    EXPECT_FALSE(QFileInfo::exists(u.spotlight + QStringLiteral("/stolen")));
-    EXPECT_EQ(u.outsideState(), before);
-    EXPECT_EQ(rf_test::modeOf(u.outside + QStringLiteral("/secret")), 0600);
-
-    // A link is only ever acted on as itself: replaced by a copy, replaced by a rename.
-    EXPECT_FALSE(u.files.copyPath(u.userFile(), link));
-    EXPECT_FALSE(QFileInfo(link).isSymLink());
-    EXPECT_FALSE(u.files.renameFile(u.spotlight + QStringLiteral("/movable"), folderLink));
-    EXPECT_FALSE(QFileInfo(folderLink).isSymLink());
-    EXPECT_EQ(u.outsideState(), before);
-    EXPECT_EQ(u.messages().count(QStringLiteral("Authenticate")), 1);
-}

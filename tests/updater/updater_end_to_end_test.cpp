@@ -75,7 +75,7 @@ struct Demo {
 
 } // namespace
 
-TEST(Updater, UnattendedPatchesEveryCopyAndASecondRunFindsThemUpToDate) {
+TEST(Updater, UnattendedPatchesEveryCopyAsAdministrator) {
     SKIP_UNLESS_ROOT();
     Demo d;
     Demo::Run const run = d.run({"--unattended"});
