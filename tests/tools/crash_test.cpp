@@ -50,7 +50,7 @@ TEST(ApplyPatch, KilledRunsLeaveTheOldTreeOrTheNewOne) {
     std::vector<std::string> const calls = callsOfARun(f, work, patch);
     std::vector<long> journal;  // the call numbers of "committing" and "committed"
     for (std::size_t i = 0; i < calls.size(); ++i)
-        if (calls[i].starts_with("rename ") && calls[i].find("rfpatch-journal.new ") != std::string::npos) journal.push_back(long(i) + 1);
+        if (calls[i].starts_with("rename\t") && calls[i].find("rfpatch-journal.new\t") != std::string::npos) journal.push_back(long(i) + 1);
     ASSERT_EQ(journal.size(), 2u);
 
     long const total = long(calls.size());

@@ -1,14 +1,24 @@
 /* Loaded with LD_PRELOAD into a program under test; watches the calls that change the file system
-   (write, rename, remove, unlink, rmdir, mkdir, symlink, chmod, fchmod, futimens, utimensat, fsync,
-   syncfs), numbered from 1 across all threads. The calls themselves go on as asked.
-     RF_FS_CALL_LOG=FILE    appends one line per call: "NAME PATH" (for rename "rename FROM TO"; for
-                            syncfs "flush PATH"), PATH being the file or folder a descriptor names
+   or flush it, numbered from 1 across all threads. The calls themselves go on as asked.
+     RF_FS_CALL_LOG=FILE    appends one line per call, its fields separated by tabs: the call's name,
+                            the path it acts on (the one a descriptor names, for calls on one), and
+                            what it takes to do the call again on another copy of the tree:
+                              create PATH MODE              open with O_CREAT (the file made empty)
+                              write PATH OFFSET HEX         the bytes, written at OFFSET
+                              fchmod|chmod|mkdir PATH MODE  octal
+                              futimens|utimensat PATH SECONDS NANOSECONDS   the modification time
+                              symlink PATH TARGET
+                              rename FROM TO
+                              remove|unlink|rmdir PATH
+                              fsync|fdatasync PATH          flushes of one item
+                              syncfs PATH, sync             flushes of a whole file system, or all
      RF_FS_KILL_AT=N        the program kills itself with SIGKILL just before its Nth call, as a
                             power cut or kill -9 would stop it between two calls */
 #define _GNU_SOURCE
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <signal.h>
+#include <stdarg.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -20,49 +30,117 @@ static long g_calls;
 
 #define REAL(name) ((__typeof__(&name))dlsym(RTLD_NEXT, #name))
 
-static void record(char const* line) {
+static void record(char const* line, size_t length) {
     char const* path = getenv("RF_FS_CALL_LOG");
     if (!path) return;
     int fd = (int)syscall(SYS_openat, AT_FDCWD, path, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0600);
     if (fd < 0) return;
-    syscall(SYS_write, fd, line, strlen(line));
+    syscall(SYS_write, fd, line, length);
     syscall(SYS_close, fd);
 }
 
-/* Numbers the call, dies before it when it is the one asked for, and logs it. */
-static void call(char const* name, char const* path, char const* to) {
+/* Numbers the call and dies before it when it is the one asked for. */
+static void count(void) {
     long const number = __atomic_add_fetch(&g_calls, 1, __ATOMIC_SEQ_CST);
     char const* killAt = getenv("RF_FS_KILL_AT");
     if (killAt && atol(killAt) == number) raise(SIGKILL);
+}
+
+/* Logs "NAME\tPATH" and the extra fields, each led by a tab. */
+static void logLine(char const* name, char const* path, char const* format, va_list args) {
+    if (!getenv("RF_FS_CALL_LOG")) return;
     char line[8400];
-    snprintf(line, sizeof line, "%s %s%s%s\n", name, path, to ? " " : "", to ? to : "");
-    record(line);
+    int n = snprintf(line, sizeof line, "%s\t%s", name, path);
+    if (format && n < (int)sizeof line) n += vsnprintf(line + n, sizeof line - (size_t)n, format, args);
+    if (n > (int)sizeof line - 2) n = (int)sizeof line - 2;
+    line[n++] = '\n';
+    record(line, (size_t)n);
 }
 
-static void callFd(char const* name, int fd) {
-    char link[64], target[4096] = "";
+static void call(char const* name, char const* path, char const* format, ...) {
+    count();
+    va_list args;
+    va_start(args, format);
+    logLine(name, path, format, args);
+    va_end(args);
+}
+
+static char const* pathOf(int fd, char* target, size_t size) {
+    char link[64];
     snprintf(link, sizeof link, "/proc/self/fd/%d", fd);
-    ssize_t n = readlink(link, target, sizeof target - 1);
-    if (n > 0) target[n] = '\0';
-    call(name, target, NULL);
+    ssize_t n = readlink(link, target, size - 1);
+    target[n > 0 ? n : 0] = '\0';
+    return target;
 }
 
-ssize_t write(int fd, void const* data, size_t count) {
-    if (fd > 2) callFd("write", fd);  /* not the messages on standard error */
-    return REAL(write)(fd, data, count);
+static void callFd(char const* name, int fd, char const* format, ...) {
+    char target[4096];
+    pathOf(fd, target, sizeof target);
+    count();
+    va_list args;
+    va_start(args, format);
+    logLine(name, target, format, args);
+    va_end(args);
 }
-int syncfs(int fd) { callFd("flush", fd); return REAL(syncfs)(fd); }
-int fsync(int fd) { callFd("fsync", fd); return REAL(fsync)(fd); }
-int fchmod(int fd, mode_t mode) { callFd("fchmod", fd); return REAL(fchmod)(fd, mode); }
-int futimens(int fd, struct timespec const times[2]) { callFd("futimens", fd); return REAL(futimens)(fd, times); }
-int rename(char const* from, char const* to) { call("rename", from, to); return REAL(rename)(from, to); }
+
+ssize_t write(int fd, void const* data, size_t size) {
+    if (fd <= 2) return REAL(write)(fd, data, size); /* not the messages on standard error */
+    char target[4096];
+    pathOf(fd, target, sizeof target);
+    long const offset = (long)lseek(fd, 0, SEEK_CUR);
+    count();
+    if (getenv("RF_FS_CALL_LOG")) {
+        /* The bytes in hex: a line as long as the write needs. */
+        size_t const length = strlen("write\t") + strlen(target) + 32 + 2 * size + 2;
+        char* line = malloc(length);
+        if (line) {
+            int n = snprintf(line, length, "write\t%s\t%ld\t", target, offset);
+            for (size_t i = 0; i < size; ++i) n += snprintf(line + n, length - (size_t)n, "%02x", ((unsigned char const*)data)[i]);
+            line[n++] = '\n';
+            record(line, (size_t)n);
+            free(line);
+        }
+    }
+    return REAL(write)(fd, data, size);
+}
+
+static void noteCreate(char const* path, int flags, mode_t mode) {
+    if (flags & O_CREAT) call("create", path, "\t%o", (unsigned)mode);
+}
+int open(char const* path, int flags, ...) {
+    va_list args;
+    va_start(args, flags);
+    mode_t const mode = (flags & (O_CREAT | O_TMPFILE)) ? va_arg(args, mode_t) : 0;
+    va_end(args);
+    noteCreate(path, flags, mode);
+    return REAL(open)(path, flags, mode);
+}
+int open64(char const* path, int flags, ...) {
+    va_list args;
+    va_start(args, flags);
+    mode_t const mode = (flags & (O_CREAT | O_TMPFILE)) ? va_arg(args, mode_t) : 0;
+    va_end(args);
+    noteCreate(path, flags, mode);
+    return REAL(open64)(path, flags, mode);
+}
+
+int syncfs(int fd) { callFd("syncfs", fd, NULL); return REAL(syncfs)(fd); }
+void sync(void) { call("sync", "", NULL); REAL(sync)(); }
+int fsync(int fd) { callFd("fsync", fd, NULL); return REAL(fsync)(fd); }
+int fdatasync(int fd) { callFd("fdatasync", fd, NULL); return REAL(fdatasync)(fd); }
+int fchmod(int fd, mode_t mode) { callFd("fchmod", fd, "\t%o", (unsigned)mode); return REAL(fchmod)(fd, mode); }
+int futimens(int fd, struct timespec const times[2]) {
+    callFd("futimens", fd, "\t%lld\t%ld", (long long)times[1].tv_sec, times[1].tv_nsec);
+    return REAL(futimens)(fd, times);
+}
+int rename(char const* from, char const* to) { call("rename", from, "\t%s", to); return REAL(rename)(from, to); }
 int remove(char const* path) { call("remove", path, NULL); return REAL(remove)(path); }
 int unlink(char const* path) { call("unlink", path, NULL); return REAL(unlink)(path); }
 int rmdir(char const* path) { call("rmdir", path, NULL); return REAL(rmdir)(path); }
-int mkdir(char const* path, mode_t mode) { call("mkdir", path, NULL); return REAL(mkdir)(path, mode); }
-int symlink(char const* target, char const* path) { call("symlink", path, NULL); return REAL(symlink)(target, path); }
-int chmod(char const* path, mode_t mode) { call("chmod", path, NULL); return REAL(chmod)(path, mode); }
+int mkdir(char const* path, mode_t mode) { call("mkdir", path, "\t%o", (unsigned)mode); return REAL(mkdir)(path, mode); }
+int symlink(char const* target, char const* path) { call("symlink", path, "\t%s", target); return REAL(symlink)(target, path); }
+int chmod(char const* path, mode_t mode) { call("chmod", path, "\t%o", (unsigned)mode); return REAL(chmod)(path, mode); }
 int utimensat(int dirfd, char const* path, struct timespec const times[2], int flags) {
-    call("utimensat", path, NULL);
+    call("utimensat", path, "\t%lld\t%ld", (long long)times[1].tv_sec, times[1].tv_nsec);
     return REAL(utimensat)(dirfd, path, times, flags);
 }

@@ -3,6 +3,7 @@
 
 #include <filesystem>
 #include <functional>
+#include <map>
 #include <random>
 #include <sstream>
 
@@ -144,7 +145,9 @@ TEST(ApplyPatch, ContentEntriesArePrintedAsValueKeyLines) {
     EXPECT_EQ(rf_test::read_file(out), "2025.3,Styles\n17,Filters\n");
 }
 
-TEST(ApplyPatch, EachJournalStateIsWrittenOnlyAfterWhatItReliesOnIsFlushed) {
+// The flushes are scoped to what the run wrote (never a whole file system) and come in the order
+// each journal state relies on.
+TEST(ApplyPatch, EachJournalStateIsWrittenOnlyAfterWhatItWroteIsFlushed) {
     PatchFixture f;
     f.scratch.write("old/a.txt", std::string(100000, 'a'));
     f.scratch.write("old/gone.txt", "gone");
@@ -156,27 +159,47 @@ TEST(ApplyPatch, EachJournalStateIsWrittenOnlyAfterWhatItReliesOnIsFlushed) {
                            (f.scratch / "old") + "' -i '" + patch + "'"),
               0);
     EXPECT_TRUE(rf_test::sameTree(f.scratch / "old", f.scratch / "new"));
-    // The calls in order; each write of the journal is a rename of "…journal.new" onto it.
-    std::vector<std::string> calls;
+    struct Call {
+        std::string name, path, to;
+    };
+    std::vector<Call> calls;
     std::istringstream lines(rf_test::read_file(log));
-    for (std::string line; std::getline(lines, line);) calls.push_back(line);
-    std::vector<size_t> journal;
-    for (size_t i = 0; i < calls.size(); ++i)
-        if (calls[i].starts_with("rename ") && calls[i].find("rfpatch-journal.new ") != std::string::npos) journal.push_back(i);
-    ASSERT_EQ(journal.size(), 2u);  // committing, committed
-    auto flushedBetween = [&](size_t from, size_t to) {
+    for (std::string line; std::getline(lines, line);) {
+        std::istringstream fields(line);
+        Call call;
+        std::getline(fields, call.name, '\t');
+        std::getline(fields, call.path, '\t');
+        std::getline(fields, call.to, '\t');
+        calls.push_back(call);
+    }
+    std::vector<size_t> journal;  // committing, committed: each a rename of "…journal.new" onto it
+    for (size_t i = 0; i < calls.size(); ++i) {
+        EXPECT_NE(calls[i].name, "syncfs");
+        EXPECT_NE(calls[i].name, "sync");
+        if (calls[i].name == "rename" && calls[i].path.ends_with("rfpatch-journal.new")) journal.push_back(i);
+    }
+    ASSERT_EQ(journal.size(), 2u);
+    auto parent = [](std::string const& path) { return path.substr(0, path.rfind('/')); };
+    auto flushedBetween = [&](std::string const& item, size_t from, size_t to) {
         for (size_t i = from; i < to; ++i)
-            if (calls[i].starts_with("flush ")) return true;
+            if (calls[i].name == "fsync" && calls[i].path == item) return true;
         return false;
     };
-    // Before "committing": a flush after the last staged file. Before "committed": a flush after
-    // the commit's last rename into the folder.
-    size_t lastCommitRename = journal[0];
-    for (size_t i = journal[0] + 1; i < journal[1]; ++i)
-        if (calls[i].starts_with("rename ")) lastCommitRename = i;
-    EXPECT_TRUE(flushedBetween(0, journal[0]));
-    EXPECT_GT(lastCommitRename, journal[0]);
-    EXPECT_TRUE(flushedBetween(lastCommitRename, journal[1]));
+    // Each staged file's data, then the stage's names, before "committing"; each folder a move of
+    // the commit changed, after its last change and before "committed"; nothing removed before.
+    std::map<std::string, size_t> lastChange;
+    for (size_t i = 0; i < journal[1]; ++i) {
+        Call const& c = calls[i];
+        // The journal flushes itself; the stage's and the backup's own names go with its folder.
+        if (c.path.find("rfpatch-journal") != std::string::npos || (c.name == "mkdir" && c.path.find(".rfpatch-") != std::string::npos)) continue;
+        if (c.name == "write") lastChange[c.path] = i;
+        if (c.name == "create" || c.name == "rename" || c.name == "mkdir") lastChange[parent(c.path)] = i;
+        if (c.name == "rename") lastChange[parent(c.to)] = i;
+        EXPECT_TRUE(c.name != "remove" && c.name != "unlink" && c.name != "rmdir") << c.path;
+    }
+    ASSERT_GE(lastChange.size(), 5u);  // two staged files, the stage, the folder, its new sub-folder, the backup
+    for (auto const& [item, at] : lastChange)
+        EXPECT_TRUE(flushedBetween(item, at, at < journal[0] ? journal[0] : journal[1])) << item << " after call " << at;
 }
 
 // A patch of format 1.0, made by the first release of makePatch (its deltas in the fixed layout),

@@ -1,5 +1,6 @@
 #include "tools/applypatch/journal.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <ftw.h>
 #include <sys/stat.h>
@@ -9,7 +10,9 @@
 #include <climits>
 #include <cstdlib>
 #include <cstring>
+#include <vector>
 
+#include "tools/applypatch/cores.h"
 #include "tools/applypatch/tree.h"
 
 namespace Refloom::Patch {
@@ -25,24 +28,45 @@ bool exists(std::string const& path) {
 bool movesOut(Entry const& e) { return e.op == Op::remove || e.op == Op::replace || e.op == Op::delta; }
 bool movesIn(Entry const& e) { return (e.op == Op::add || e.op == Op::replace || e.op == Op::delta) && e.target.kind != Kind::none; }
 
-void syncFolder(std::string const& path) {
-    int fd = open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (fd >= 0) {
-        fsync(fd);
-        close(fd);
-    }
-}
+// Flushes and removals wait on the disk, not on the processor: several in flight let the disk
+// take them together.
+int flushThreads() { return 4 * machineCores(); }
 
 } // namespace
 
-void flushFileSystem(std::string const& path) {
-    int fd = open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (fd < 0 || syncfs(fd) != 0) {
-        int const error = errno;
+std::string parentOf(std::string const& path) {
+    std::size_t const slash = path.rfind('/');
+    return slash == 0 ? "/" : path.substr(0, slash);
+}
+
+void flushFolders(std::set<std::string> const& folders) {
+    std::vector<std::string> const list(folders.begin(), folders.end());
+    forEachOnThreads(list.size(), flushThreads(), [&](std::size_t i) {
+        int const fd = open(list[i].c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+        if (fd < 0 && (errno == ENOENT || errno == ENOTDIR)) return;
+        int const error = fd < 0 || fsync(fd) != 0 ? errno : 0;
         if (fd >= 0) close(fd);
-        throw PatchError(Refusal::failed, "cannot flush the file system of " + path + ": " + std::strerror(error));
-    }
+        if (error != 0) throw PatchError(Refusal::failed, "cannot flush " + list[i] + ": " + std::strerror(error));
+    });
+}
+
+void flushItems(std::vector<std::string> const& paths) {
+    forEachOnThreads(paths.size(), flushThreads(), [&](std::size_t i) { flushItem(paths[i]); });
+}
+
+void flushItem(std::string const& path) {
+    struct stat info;
+    if (lstat(path.c_str(), &info) != 0) return;
+    if (S_ISDIR(info.st_mode)) return flushFolders({path});
+    if (S_ISLNK(info.st_mode)) return flushFolders({parentOf(path)});
+    // A file its owner may not read is still opened by root; an owner without any access to
+    // their own file is the one case flushed with its folder alone.
+    int fd = open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC);
+    if (fd < 0) fd = open(path.c_str(), O_WRONLY | O_NOFOLLOW | O_CLOEXEC);
+    if (fd < 0) return flushFolders({parentOf(path)});
+    int const error = fsync(fd) != 0 ? errno : 0;
     close(fd);
+    if (error != 0) throw PatchError(Refusal::failed, "cannot flush " + path + ": " + std::strerror(error));
 }
 
 Locations locate(std::string const& folder) {
@@ -56,6 +80,17 @@ Locations locate(std::string const& folder) {
     std::string const parent = slash == 0 ? "" : path.substr(0, slash);
     std::string const base = parent + "/." + path.substr(slash + 1) + ".rfpatch-";
     return {path, base + "stage", base + "backup", base + "journal"};
+}
+
+Manifest journalManifest(Locations const& at, Manifest manifest) {
+    for (Entry& e : manifest.entries) {
+        struct stat info;
+        if (e.op == Op::mode && lstat((at.folder + "/" + e.path).c_str(), &info) == 0) {
+            e.mtimeSeconds = info.st_mtim.tv_sec;
+            e.mtimeNanoseconds = std::uint32_t(info.st_mtim.tv_nsec);
+        }
+    }
+    return manifest;
 }
 
 void writeJournal(Locations const& at, JournalState state, Manifest const& manifest) {
@@ -72,7 +107,7 @@ void writeJournal(Locations const& at, JournalState state, Manifest const& manif
         unlink(temporary.c_str());
         throw PatchError(Refusal::failed, "cannot write the journal " + at.journal + ": " + std::strerror(errno));
     }
-    syncFolder(at.journal.substr(0, at.journal.rfind('/')));
+    flushFolders({parentOf(at.journal)});
 }
 
 void rollBack(Locations const& at, Manifest const& manifest) {
@@ -90,19 +125,41 @@ void rollBack(Locations const& at, Manifest const& manifest) {
             rename(path.c_str(), staged.c_str());
     }
     // Old items back, parents before children; then the modes the run changed in place.
+    std::set<std::string> touched{at.stage, at.backup};
     for (std::size_t i = 0; i < entries.size(); ++i) {
         Entry const& e = entries[i];
         std::string const path = at.folder + "/" + e.path;
         std::string const saved = at.backup + "/" + std::to_string(i);
         if (movesOut(e) && exists(saved)) rename(saved.c_str(), path.c_str());
-        if (e.op == Op::mode && e.source.kind != Kind::link) chmod(path.c_str(), e.source.mode);
+        if (e.op == Op::mode) {
+            if (e.source.kind != Kind::link) chmod(path.c_str(), e.source.mode);
+            timespec const times[2] = {{e.mtimeSeconds, long(e.mtimeNanoseconds)}, {e.mtimeSeconds, long(e.mtimeNanoseconds)}};
+            utimensat(AT_FDCWD, path.c_str(), times, AT_SYMLINK_NOFOLLOW);
+        }
+        if (movesOut(e) || movesIn(e)) touched.insert(parentOf(path));
     }
+    // On the disk before the journal goes: without it the journal's removal could outlast a
+    // power cut that the moves back did not.
+    flushFolders(touched);
+    for (Entry const& e : entries)
+        if (e.op == Op::mode) flushItem(at.folder + "/" + e.path);
 }
 
 bool removeTree(std::string const& path) {
     if (!exists(path)) return true;
-    nftw(path.c_str(), [](char const* item, struct stat const*, int, struct FTW*) { return remove(item) == 0 ? 0 : 0; },
-         64, FTW_DEPTH | FTW_PHYS);
+    // The items at the top go several at once: freeing a file's blocks waits on the disk (and on
+    // a file system mounted with discard, on trimming them), not on the processor.
+    std::vector<std::string> items;
+    if (DIR* folder = opendir(path.c_str())) {
+        while (dirent const* entry = readdir(folder))
+            if (std::strcmp(entry->d_name, ".") != 0 && std::strcmp(entry->d_name, "..") != 0) items.push_back(path + "/" + entry->d_name);
+        closedir(folder);
+    }
+    forEachOnThreads(items.size(), flushThreads(), [&](std::size_t i) {
+        nftw(items[i].c_str(), [](char const* item, struct stat const*, int, struct FTW*) { return remove(item) == 0 ? 0 : 0; }, 64,
+             FTW_DEPTH | FTW_PHYS);
+    });
+    remove(path.c_str());
     return !exists(path);
 }
 

@@ -6,7 +6,9 @@
 // reads: committing is rolled back (the old tree), committed is finished (the new tree).
 #pragma once
 
+#include <set>
 #include <string>
+#include <vector>
 
 #include "tools/applypatch/format.h"
 
@@ -24,13 +26,26 @@ Locations locate(std::string const& folder);
 
 enum class JournalState : char { committing = 'C', committed = 'D' };
 
+// The manifest as the journal keeps it: a mode entry carries the time found on its item now,
+// the one a roll-back puts back (the patch holds only the new time).
+Manifest journalManifest(Locations const& at, Manifest manifest);
+
 // Written whole or not at all, and on disk before it answers.
 void writeJournal(Locations const& at, JournalState state, Manifest const& manifest);
-// Flushes everything written to the file system that holds `path` (file data, folder entries,
-// modes and times): what a journal state relies on must be on the disk before it is written.
-void flushFileSystem(std::string const& path);
+// Flushes each folder's entries and its own mode and times, several at once; files and folders
+// that do not exist (any more) are passed over. Only what the run wrote is flushed, never the
+// whole file system: on a user's machine that would also wait for a download or a backup.
+void flushFolders(std::set<std::string> const& folders);
+// Flushes an item's data, mode and times, or for a link the folder that holds it (a link cannot
+// be opened to flush).
+void flushItem(std::string const& path);
+// flushItem for each, several at once.
+void flushItems(std::vector<std::string> const& paths);
+// The folder that holds a path.
+std::string parentOf(std::string const& path);
 
-// Puts back every old item and takes out every new one; safe to repeat after a crash.
+// Puts back every old item and takes out every new one, puts back the modes and times changed in
+// place (from the journal's manifest), and flushes what it moved; safe to repeat after a crash.
 void rollBack(Locations const& at, Manifest const& manifest);
 // Removes what a finished or abandoned run left beside the folder, journal last.
 void cleanUp(Locations const& at);
