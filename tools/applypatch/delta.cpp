@@ -183,9 +183,9 @@ Streams diffFiles(u8 const* old, std::int64_t oldSize, u8 const* next, std::int6
     return joined;
 }
 
-// A packed stream, as the smaller of xz and zstd. xz's LZMA2 came out 3 to 30% smaller on every
-// stream of real libraries (most on new machine code); zstd's frame is some 50 bytes lighter,
-// which wins on the tiny streams of small files. Past 64 KiB a stream is not compressed twice.
+// A packed stream, with xz or zstd. xz's LZMA2 came out 3 to 30% smaller on every large stream of
+// real libraries (most on new machine code), which a patch of new code needs to stay small; zstd's
+// frame is some 50 bytes lighter, and decodes faster. Past 64 KiB a stream is not compressed twice.
 std::string compressPacked(std::string const& stream, int level, int workers) {
     // Data that a quick zstd pass over its start cannot shrink (already compressed, encrypted)
     // gains nothing from xz but minutes: zstd stores its blocks raw at a few bytes each.
@@ -194,7 +194,10 @@ std::string compressPacked(std::string const& stream, int level, int workers) {
     std::string xz = compressXz(stream, workers);
     if (stream.size() >= (64u << 10)) return xz;
     std::string zstd = compress(stream, level);
-    return zstd.size() <= xz.size() ? zstd : xz;
+    // xz decodes several times slower, and its decoder costs more to start: a small stream stays
+    // zstd unless zstd's is over 15% larger. On the postgresql-15 tree (4,300 small streams) that
+    // made the patch 0.6% larger (4.197 MB against 4.171 MB) and its apply 6% faster.
+    return zstd.size() * 100 > xz.size() * 115 ? xz : zstd;
 }
 
 // The controls as varints, in the packed layout.
