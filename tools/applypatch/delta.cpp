@@ -8,6 +8,7 @@
 #include <cstring>
 #include <future>
 #include <limits>
+#include <memory>
 #include <vector>
 
 #include "tools/applypatch/cores.h"
@@ -45,7 +46,7 @@ std::int64_t matchLength(u8 const* a, std::int64_t aSize, u8 const* b, std::int6
 
 // The longest match of `target` among the old file's suffixes, by binary search. Each step
 // compares only past the prefix both bounds already share with the target.
-std::int64_t search(std::vector<saidx_t> const& suffixes, u8 const* old, std::int64_t oldSize, u8 const* target,
+std::int64_t search(saidx_t const* suffixes, u8 const* old, std::int64_t oldSize, u8 const* target,
                     std::int64_t targetSize, std::int64_t& position) {
     std::int64_t low = 0, high = oldSize - 1;
     auto common = [&](std::int64_t index, std::int64_t known) {
@@ -83,7 +84,7 @@ struct Streams {
 };
 
 // The streams for new bytes [begin, end), starting at the old file's position 0.
-Streams diffRange(u8 const* old, std::int64_t oldSize, std::vector<saidx_t> const& suffixes, u8 const* next,
+Streams diffRange(u8 const* old, std::int64_t oldSize, saidx_t const* suffixes, u8 const* next,
                   std::int64_t begin, std::int64_t end, std::int64_t shortestJump) {
     Streams s;
     s.diff.reserve(std::size_t(end - begin));
@@ -163,13 +164,15 @@ Streams diffRange(u8 const* old, std::int64_t oldSize, std::vector<saidx_t> cons
 // 0 where the next one begins.
 Streams diffFiles(u8 const* old, std::int64_t oldSize, u8 const* next, std::int64_t newSize, int cores,
                   std::int64_t shortestJump) {
-    std::vector<saidx_t> suffixes(static_cast<std::size_t>(oldSize));
-    if (oldSize > 0 && divsufsort(old, suffixes.data(), saidx_t(oldSize)) != 0)
+    // Not zeroed first: the sort writes every entry, and zeroing half a gigabyte for a large
+    // library cost half a second.
+    std::unique_ptr<saidx_t[]> const suffixes(new saidx_t[std::size_t(std::max<std::int64_t>(oldSize, 1))]);
+    if (oldSize > 0 && divsufsort(old, suffixes.get(), saidx_t(oldSize)) != 0)
         throw PatchError(Refusal::failed, "suffix sort failed");
     std::size_t const pieces = std::size_t(std::max<std::int64_t>(1, std::min<std::int64_t>(4 * cores, newSize >> 20)));
     std::vector<Streams> parts(pieces);
     forEachOnThreads(pieces, cores, [&](std::size_t k) {
-        parts[k] = diffRange(old, oldSize, suffixes, next, newSize * std::int64_t(k) / std::int64_t(pieces),
+        parts[k] = diffRange(old, oldSize, suffixes.get(), next, newSize * std::int64_t(k) / std::int64_t(pieces),
                              newSize * std::int64_t(k + 1) / std::int64_t(pieces), shortestJump);
     });
     Streams joined = std::move(parts[0]);

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <fstream>
+#include <future>
 
 #include "tools/applypatch/cores.h"
 #include "tools/applypatch/crypto.h"
@@ -38,11 +39,16 @@ constexpr std::size_t kBitViewLimit = 8 << 20;
 // whether the full-strength whole-file payload is worth making at all.
 void makePayload(Job& job, int level, int threads) {
     std::string const next = readWholeFile(job.newPath);
-    std::string quick = compress(next, 3);
     // Content that does not compress (compressed images and archives, encrypted or signed
     // blobs) is stored as the quick pass left it, a few bytes a block over its own size; and
-    // when the old file holds none of it either, no delta is searched for.
-    bool const incompressible = quick.size() >= next.size() * 98 / 100;
+    // when the old file holds none of it either, no delta is searched for. Other content makes
+    // its quick pass while the delta's suffix sort holds one core.
+    std::string_view const start = std::string_view(next).substr(0, 1u << 20);
+    bool const startStored = compress(start, 3).size() >= start.size() * 98 / 100;
+    auto const policy = next.size() >= (1u << 20) ? std::launch::async : std::launch::deferred;
+    std::future<std::string> quickPass = std::async(policy, [&next] { return compress(next, 3); });
+    std::string quick = startStored ? quickPass.get() : std::string();
+    bool incompressible = startStored && quick.size() >= next.size() * 98 / 100;
     if (!job.oldPath.empty()) {
         std::string const old = readWholeFile(job.oldPath);
         if (incompressible && sizeAfter(old, next) >= next.size() * 98 / 100) {
@@ -53,8 +59,10 @@ void makePayload(Job& job, int level, int threads) {
         bool const bitPacked = isBitcode(old) && isBitcode(next) && old.size() <= kBitViewLimit;
         job.payload = makeDelta(old, next, level, threads, bitPacked ? OldView::bits : OldView::bytes);
         job.kind = bitPacked ? PayloadKind::bit_delta : PayloadKind::delta;
-        if (quick.size() >= job.payload.size()) return;
     }
+    if (!startStored) quick = quickPass.get();
+    incompressible = quick.size() >= next.size() * 98 / 100;
+    if (job.kind != PayloadKind::whole && quick.size() >= job.payload.size()) return;
     std::string whole = incompressible ? std::move(quick) : compress(next, level, threads > 1 && next.size() >= (4u << 20) ? threads : 0);
     if (job.payload.empty() || whole.size() < job.payload.size()) {
         job.payload = std::move(whole);
