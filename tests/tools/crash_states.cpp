@@ -43,7 +43,7 @@ public:
         return next != at.end() && isUnder(next->first, path);
     }
     void erase(std::string const& path) {
-        for (auto it = at.lower_bound(path); it != at.end() && (it->first == path || it->first.starts_with(path));)
+        for (auto it = at.lower_bound(path); it != at.end() && it->first.starts_with(path);)
             it = isUnder(it->first, path) ? at.erase(it) : std::next(it);
     }
     void move(std::string const& from, std::string const& to) {

@@ -96,7 +96,7 @@ TEST(Delta, ABitPackedFileShiftedByAFewBitsMatchesAgainThroughTheBitView) {
     EXPECT_EQ(applied(old.substr(0, 200000), shifted, old.size(), OldView::bits), "(failed)");
 }
 
-TEST(Streams, EitherCodecReadsBackWholeAndATruncatedStreamFails) {
+TEST(Streams, EitherCodecReadsBackWholeEvenPastItsEndAndATruncatedStreamFails) {
     std::string data = noise(1 << 20, 9);
     data += std::string(3 << 20, 'r') + data.substr(0, 500000);
     for (std::string const& stored : {compress(data, 3), compressXz(data, 1), compressXz(data, 2)}) {
@@ -104,6 +104,8 @@ TEST(Streams, EitherCodecReadsBackWholeAndATruncatedStreamFails) {
         std::unique_ptr<StreamReader> whole = openStream(fileno(file), 0, stored.size());
         std::string out(data.size(), '\0');
         EXPECT_TRUE(whole->read(out.data(), out.size()));
+        char past;
+        EXPECT_EQ(whole->readSome(&past, 1), 0u);  // a read past the end finds nothing, and spoils nothing
         EXPECT_TRUE(whole->finished());
         EXPECT_EQ(out, data);
         std::unique_ptr<StreamReader> cut = openStream(fileno(file), 0, stored.size() - 9);

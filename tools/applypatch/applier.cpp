@@ -17,6 +17,7 @@
 #include "tools/applypatch/crypto.h"
 #include "tools/applypatch/delta.h"
 #include "tools/applypatch/journal.h"
+#include "tools/applypatch/staged_writer.h"
 #include "tools/applypatch/tree.h"
 #include "tools/applypatch/stream_reader.h"
 
@@ -26,6 +27,9 @@ namespace {
 void forEachOnCores(std::size_t count, std::function<void(std::size_t)> const& work) {
     forEachOnThreads(count, machineCores(), work);
 }
+
+// From this size a file's delta is staged alone, and its hashing and writing get a core of their own.
+constexpr std::uint64_t kLargeFile = 4u << 20;
 
 [[noreturn]] void failed(std::string const& what) {
     throw PatchError(Refusal::failed, what + ": " + std::strerror(errno));
@@ -142,49 +146,6 @@ bool isInState(std::string const& folder, Manifest const& manifest, Node Entry::
     }
 }
 
-// Collects the new file's bytes and writes them in large pieces: a delta hands over many small
-// runs, and a write call for each would cost more than the whole patch.
-class StagedWriter {
-public:
-    // The buffer stays with the thread for the next file, for the reason the old file's cache does.
-    explicit StagedWriter(int fd) : m_fd(fd), m_buffer(threadBuffer()) {
-        m_buffer.clear();
-        m_buffer.reserve(kSize);
-    }
-    bool add(void const* data, std::size_t count) {
-        auto const* bytes = static_cast<char const*>(data);
-        if (m_buffer.size() + count > kSize && !flush()) return false;
-        if (count >= kSize) return writeAll(bytes, count);
-        m_buffer.insert(m_buffer.end(), bytes, bytes + count);
-        return true;
-    }
-    bool flush() {
-        bool const written = writeAll(m_buffer.data(), m_buffer.size());
-        m_buffer.clear();
-        return written;
-    }
-
-private:
-    static constexpr std::size_t kSize = 1 << 20;
-    static std::vector<char>& threadBuffer() {
-        thread_local std::vector<char> buffer;
-        return buffer;
-    }
-    bool writeAll(char const* bytes, std::size_t count) {
-        while (count > 0) {
-            ssize_t const n = write(m_fd, bytes, count);
-            if (n < 0 && errno == EINTR) continue;
-            if (n <= 0) return false;
-            bytes += n;
-            count -= std::size_t(n);
-        }
-        return true;
-    }
-
-    int m_fd;
-    std::vector<char>& m_buffer;
-};
-
 // Starts writing a file's data to the disk without waiting for it.
 bool startWriting(int fd) {
 #ifdef __linux__
@@ -206,14 +167,10 @@ void stageFile(PatchFile const& patch, Locations const& at, Entry const& e, std:
         if (old >= 0) close(old);
         failed("cannot stage " + e.path);
     }
-    Sha256 hash;
-    std::uint64_t size = 0;
-    StagedWriter writer(fd);
-    auto sink = [&](void const* data, std::size_t count) {
-        hash.update(data, count);
-        size += count;
-        return writer.add(data, count);
-    };
+    // A large file is hashed and written on another core while this one decodes it; large files
+    // are staged one at a time, so that core would otherwise wait.
+    StagedWriter writer(fd, e.target.size, e.target.size >= kLargeFile);
+    auto sink = [&writer](void const* data, std::size_t count) { return writer.add(data, count); };
     bool produced;
     if (isDelta(e.payload)) {
         OldView const view = e.payload == PayloadKind::bit_delta ? OldView::bits : OldView::bytes;
@@ -231,13 +188,13 @@ void stageFile(PatchFile const& patch, Locations const& at, Entry const& e, std:
         }
         produced = produced && reader->finished();
     }
-    produced = produced && writer.flush();
+    produced = writer.finish() && produced;
     if (geteuid() == 0 && fchown(fd, owner, group) != 0) produced = false;
     timespec const times[2] = {{e.mtimeSeconds, long(e.mtimeNanoseconds)}, {e.mtimeSeconds, long(e.mtimeNanoseconds)}};
     // The disk starts writing the file now; stage() waits for it, with the other files'.
     bool const finished = produced && fchmod(fd, e.target.mode) == 0 && futimens(fd, times) == 0 && startWriting(fd);
     close(fd);
-    if (!finished || size != e.target.size || hash.finish() != e.target.sha256)
+    if (!finished || writer.size() != e.target.size || writer.digest() != e.target.sha256)
         throw PatchError(Refusal::bad_payload, "the new \"" + e.path + "\" does not come out as the patch says");
 }
 
@@ -255,7 +212,7 @@ void stage(PatchFile const& patch, Locations const& at, Progress& progress) {
         Entry const& e = entries[i];
         if (e.op != Op::mode && e.target.kind == Kind::file) {
             std::unique_lock alone(largeDelta, std::defer_lock);
-            if (isDelta(e.payload) && e.target.size >= (4u << 20)) alone.lock();
+            if (isDelta(e.payload) && e.target.size >= kLargeFile) alone.lock();
             stageFile(patch, at, e, i, folder.st_uid, folder.st_gid);
         }
         if (e.op != Op::mode && e.target.kind == Kind::link) {

@@ -62,17 +62,18 @@ private:
     static constexpr std::int64_t kRun = 16;
     static constexpr std::size_t kStride = std::size_t(kBlock) + 1;
 
-    u8* slot(std::int64_t block) { return m_bytes + std::size_t(block) % kSlots * kStride; }
+    u8* slot(std::int64_t block) { return m_bytes.get() + std::size_t(block) % m_slots * kStride; }
 
     u8 const* blockBytes(std::int64_t block) {
         if (!m_bytes) {
-            // Each thread keeps its cache from file to file: giving 2 MiB back to the system and
-            // taking it again for each of a thousand small deltas cost more than applying them.
-            thread_local std::unique_ptr<u8[]> const cache(new u8[kSlots * kStride]);
-            m_bytes = cache.get();
-            m_held.assign(kSlots, -1);
+            // No more slots than the file has blocks: most old files are small, and a cache of
+            // their size comes from the heap, where taking and giving back 2 MiB for each of a
+            // thousand small deltas cost more than applying them.
+            m_slots = std::size_t(std::min<std::int64_t>(std::int64_t(kSlots), m_size / kBlock + 1));
+            m_bytes.reset(new u8[m_slots * kStride]);
+            m_held.assign(m_slots, -1);
         }
-        if (m_held[std::size_t(block) % kSlots] == block) return slot(block);
+        if (m_held[std::size_t(block) % m_slots] == block) return slot(block);
         bool const forwards = block == m_nextRead;
         std::int64_t const blocks = std::min(forwards ? kRun : 1, (m_size - block * kBlock + kBlock - 1) / kBlock);
         std::int64_t const start = block * kBlock;
@@ -87,7 +88,7 @@ private:
         for (std::int64_t k = 0; k < blocks; ++k) {
             std::size_t const from = std::size_t(k * kBlock);
             std::copy_n(m_run.data() + from, std::min(kStride, want - from), slot(block + k));
-            m_held[std::size_t(block + k) % kSlots] = block + k;
+            m_held[std::size_t(block + k) % m_slots] = block + k;
         }
         m_nextRead = block + blocks;
         return slot(block);
@@ -96,7 +97,8 @@ private:
     int m_fd;
     std::int64_t m_size;
     int m_copies;
-    u8* m_bytes = nullptr;             // the thread's cache, taken at the first read
+    std::unique_ptr<u8[]> m_bytes;     // allocated at the first read
+    std::size_t m_slots = 0;
     std::vector<std::int64_t> m_held;  // which block each slot holds, -1 for none
     std::vector<u8> m_run;
     std::int64_t m_nextRead = 0;       // the block after the last ones read: a miss there reads on

@@ -30,7 +30,7 @@ bool movesIn(Entry const& e) { return (e.op == Op::add || e.op == Op::replace ||
 
 // Flushes and removals wait on the disk, not on the processor: several in flight let the disk
 // take them together.
-int flushThreads() { return 4 * machineCores(); }
+int diskThreads() { return 4 * machineCores(); }
 
 } // namespace
 
@@ -41,7 +41,7 @@ std::string parentOf(std::string const& path) {
 
 void flushFolders(std::set<std::string> const& folders) {
     std::vector<std::string> const list(folders.begin(), folders.end());
-    forEachOnThreads(list.size(), flushThreads(), [&](std::size_t i) {
+    forEachOnThreads(list.size(), diskThreads(), [&](std::size_t i) {
         int const fd = open(list[i].c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
         if (fd < 0 && (errno == ENOENT || errno == ENOTDIR)) return;
         int const error = fd < 0 || fsync(fd) != 0 ? errno : 0;
@@ -51,7 +51,7 @@ void flushFolders(std::set<std::string> const& folders) {
 }
 
 void flushItems(std::vector<std::string> const& paths) {
-    forEachOnThreads(paths.size(), flushThreads(), [&](std::size_t i) { flushItem(paths[i]); });
+    forEachOnThreads(paths.size(), diskThreads(), [&](std::size_t i) { flushItem(paths[i]); });
 }
 
 void flushItem(std::string const& path) {
@@ -155,7 +155,7 @@ bool removeTree(std::string const& path) {
             if (std::strcmp(entry->d_name, ".") != 0 && std::strcmp(entry->d_name, "..") != 0) items.push_back(path + "/" + entry->d_name);
         closedir(folder);
     }
-    forEachOnThreads(items.size(), flushThreads(), [&](std::size_t i) {
+    forEachOnThreads(items.size(), diskThreads(), [&](std::size_t i) {
         nftw(items[i].c_str(), [](char const* item, struct stat const*, int, struct FTW*) { return remove(item) == 0 ? 0 : 0; }, 64,
              FTW_DEPTH | FTW_PHYS);
     });

@@ -79,6 +79,9 @@ bool ZstdFileReader::refill() {
 }
 
 std::size_t ZstdFileReader::readSome(void* out, std::size_t size) {
+    // After the frame's end a call would start reading another frame, and finished() would see
+    // one begun.
+    if (m_lastResult == 0 && m_input.pos == m_input.size && inputLeft() == 0) return 0;
     ZSTD_outBuffer output{out, size, 0};
     while (output.pos == 0 && size > 0) {
         // With the input all read, a call with none still gives out what the decoder holds.

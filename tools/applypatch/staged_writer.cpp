@@ -1,0 +1,74 @@
+#include "tools/applypatch/staged_writer.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <utility>
+
+namespace Refloom::Patch {
+namespace {
+
+constexpr std::size_t kPiece = 1 << 20;
+
+} // namespace
+
+// A buffer no larger than the file: a small one comes from the heap, where taking and giving back
+// 1 MiB for each of a thousand small files cost more than writing them.
+StagedWriter::StagedWriter(int fd, std::uint64_t size, bool alongside) : m_fd(fd), m_alongside(alongside), m_current(&m_filling) {
+    m_filling.reserve(std::size_t(std::min<std::uint64_t>(size, kPiece)));
+    if (alongside) m_spare.reserve(kPiece);
+}
+
+StagedWriter::~StagedWriter() {
+    if (m_inFlight.valid()) m_inFlight.wait();
+}
+
+bool StagedWriter::add(void const* data, std::size_t count) {
+    auto const* bytes = static_cast<char const*>(data);
+    m_size += count;
+    while (count > 0) {
+        std::size_t const n = std::min(count, kPiece - m_current->size());
+        m_current->insert(m_current->end(), bytes, bytes + n);
+        bytes += n;
+        count -= n;
+        if (m_current->size() == kPiece && !handOver()) return false;
+    }
+    return m_ok;
+}
+
+bool StagedWriter::finish() {
+    if (!m_current->empty()) handOver();
+    if (m_inFlight.valid()) m_ok = m_inFlight.get() && m_ok;
+    return m_ok;
+}
+
+bool StagedWriter::handOver() {
+    if (!m_alongside) {
+        m_ok = m_ok && hashAndWrite(*m_current);
+        m_current->clear();
+        return m_ok;
+    }
+    // One piece in flight at a time, so the hash sees the pieces in order.
+    if (m_inFlight.valid()) m_ok = m_inFlight.get() && m_ok;
+    std::vector<char>* const full = m_current;
+    m_inFlight = std::async(std::launch::async, [this, full] { return hashAndWrite(*full); });
+    m_current = full == &m_filling ? &m_spare : &m_filling;
+    m_current->clear();
+    return m_ok;
+}
+
+bool StagedWriter::hashAndWrite(std::vector<char> const& piece) {
+    m_hash.update(piece.data(), piece.size());
+    char const* bytes = piece.data();
+    for (std::size_t count = piece.size(); count > 0;) {
+        ssize_t const n = write(m_fd, bytes, count);
+        if (n < 0 && errno == EINTR) continue;
+        if (n <= 0) return false;
+        bytes += n;
+        count -= std::size_t(n);
+    }
+    return true;
+}
+
+} // namespace Refloom::Patch

@@ -1,0 +1,47 @@
+// Takes a new file's bytes as a payload hands them over, in runs of any size (a delta hands over
+// many small ones), and hashes and writes them in pieces of 1 MiB: a write call for each run would
+// cost more than the whole patch. With `alongside`, another thread hashes and writes each piece
+// while the caller makes the next, so that a large file's decoding, hashing and writing share
+// two cores instead of taking turns on one.
+#pragma once
+
+#include <cstdint>
+#include <future>
+#include <vector>
+
+#include "tools/applypatch/crypto.h"
+
+namespace Refloom::Patch {
+
+class StagedWriter {
+public:
+    // `size`: what the file is to hold, which sizes the buffer.
+    StagedWriter(int fd, std::uint64_t size, bool alongside);
+    ~StagedWriter();
+    StagedWriter(StagedWriter const&) = delete;
+    StagedWriter& operator=(StagedWriter const&) = delete;
+
+    // False once a write has failed.
+    bool add(void const* data, std::size_t count);
+    // Writes what is left and waits for the last piece; false when any write failed.
+    bool finish();
+
+    std::uint64_t size() const { return m_size; }
+    // The hash of every byte added; after finish().
+    Digest digest() { return m_hash.finish(); }
+
+private:
+    bool handOver();
+    bool hashAndWrite(std::vector<char> const& piece);
+
+    int m_fd;
+    bool m_alongside;
+    Sha256 m_hash;
+    std::uint64_t m_size = 0;
+    std::vector<char> m_filling, m_spare;
+    std::vector<char>* m_current;
+    std::future<bool> m_inFlight;
+    bool m_ok = true;
+};
+
+} // namespace Refloom::Patch
