@@ -104,23 +104,22 @@ ssize_t write(int fd, void const* data, size_t size) {
     return REAL(write)(fd, data, size);
 }
 
-static void noteCreate(char const* path, int flags, mode_t mode) {
-    if (flags & O_CREAT) call("create", path, "\t%o", (unsigned)mode);
-}
+/* open and open64 take a mode only when they may make the file; one that makes it is logged. */
+#define MODE_OF(flags) \
+    mode_t mode = 0; \
+    if ((flags) & (O_CREAT | O_TMPFILE)) { \
+        va_list args; \
+        va_start(args, flags); \
+        mode = va_arg(args, mode_t); \
+        va_end(args); \
+    } \
+    if ((flags) & O_CREAT) call("create", path, "\t%o", (unsigned)mode)
 int open(char const* path, int flags, ...) {
-    va_list args;
-    va_start(args, flags);
-    mode_t const mode = (flags & (O_CREAT | O_TMPFILE)) ? va_arg(args, mode_t) : 0;
-    va_end(args);
-    noteCreate(path, flags, mode);
+    MODE_OF(flags);
     return REAL(open)(path, flags, mode);
 }
 int open64(char const* path, int flags, ...) {
-    va_list args;
-    va_start(args, flags);
-    mode_t const mode = (flags & (O_CREAT | O_TMPFILE)) ? va_arg(args, mode_t) : 0;
-    va_end(args);
-    noteCreate(path, flags, mode);
+    MODE_OF(flags);
     return REAL(open64)(path, flags, mode);
 }
 

@@ -41,14 +41,14 @@ void makePayload(Job& job, int level, int threads) {
     std::string const next = readWholeFile(job.newPath);
     // Content that does not compress (compressed images and archives, encrypted or signed
     // blobs) is stored as the quick pass left it, a few bytes a block over its own size; and
-    // when the old file holds none of it either, no delta is searched for. Other content makes
-    // its quick pass while the delta's suffix sort holds one core.
+    // when the old file holds none of it either, no delta is searched for. The quick pass runs
+    // at once for a small file, and for one whose start does not compress (its result decides
+    // whether to search); otherwise beside the delta's suffix sort, which holds one core.
     std::string_view const start = std::string_view(next).substr(0, 1u << 20);
-    bool const startStored = compress(start, 3).size() >= start.size() * 98 / 100;
-    auto const policy = next.size() >= (1u << 20) ? std::launch::async : std::launch::deferred;
-    std::future<std::string> quickPass = std::async(policy, [&next] { return compress(next, 3); });
-    std::string quick = startStored ? quickPass.get() : std::string();
-    bool incompressible = startStored && quick.size() >= next.size() * 98 / 100;
+    bool const now = next.size() <= start.size() || compress(start, 3).size() >= start.size() * 98 / 100;
+    std::future<std::string> later = now ? std::future<std::string>() : std::async(std::launch::async, [&next] { return compress(next, 3); });
+    std::string quick = now ? compress(next, 3) : std::string();
+    bool incompressible = now && quick.size() >= next.size() * 98 / 100;
     if (!job.oldPath.empty()) {
         std::string const old = readWholeFile(job.oldPath);
         if (incompressible && sizeAfter(old, next) >= next.size() * 98 / 100) {
@@ -60,7 +60,7 @@ void makePayload(Job& job, int level, int threads) {
         job.payload = makeDelta(old, next, level, threads, bitPacked ? OldView::bits : OldView::bytes);
         job.kind = bitPacked ? PayloadKind::bit_delta : PayloadKind::delta;
     }
-    if (!startStored) quick = quickPass.get();
+    if (!now) quick = later.get();
     incompressible = quick.size() >= next.size() * 98 / 100;
     if (job.kind != PayloadKind::whole && quick.size() >= job.payload.size()) return;
     std::string whole = incompressible ? std::move(quick) : compress(next, level, threads > 1 && next.size() >= (4u << 20) ? threads : 0);
