@@ -4,9 +4,9 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <stdexcept>
 #include <filesystem>
 #include <map>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -74,8 +74,8 @@ std::string differences(std::string const& built, Snapshot const& b) {
     return found;
 }
 
-// A folder in memory where the system has one: the test builds and removes tens of thousands of
-// small trees, several times faster there than on a disk.
+// A folder in memory where the system has one: the test builds and removes thousands of small
+// trees, several times faster there than on a disk.
 class StateFolder {
 public:
     StateFolder() {
