@@ -4,7 +4,8 @@
 // data, mode and times; fsync of a folder the names made, moved or removed in it (a rename once
 // both its folders are flushed), and a link's time with it; a file-system flush everything.
 // Anything else may or may not have reached the disk, in any combination: no order between
-// unflushed operations is assumed, not even between two renames into the same folder.
+// unflushed operations is assumed, not even between two renames into the same folder; a rename
+// reaches the disk whole or not at all.
 #pragma once
 
 #include <cstddef>
