@@ -1,5 +1,5 @@
 /* Loaded with LD_PRELOAD into a program under test; watches the calls that change the file system
-   or flush it, numbered from 1 across all threads. The calls themselves go on as asked.
+   or flush it. The calls themselves go on as asked.
      RF_FS_CALL_LOG=FILE    appends one line per call, its fields separated by tabs: the call's name,
                             the path it acts on (the one a descriptor names, for calls on one), and
                             what it takes to do the call again on another copy of the tree:
@@ -11,13 +11,10 @@
                               rename FROM TO
                               remove|unlink|rmdir PATH
                               fsync|fdatasync PATH          flushes of one item
-                              syncfs PATH, sync             flushes of a whole file system, or all
-     RF_FS_KILL_AT=N        the program kills itself with SIGKILL just before its Nth call, as a
-                            power cut or kill -9 would stop it between two calls */
+                              syncfs PATH, sync             flushes of a whole file system, or all */
 #define _GNU_SOURCE
 #include <dlfcn.h>
 #include <fcntl.h>
-#include <signal.h>
 #include <stdarg.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -25,8 +22,6 @@
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
-
-static long g_calls;
 
 #define REAL(name) ((__typeof__(&name))dlsym(RTLD_NEXT, #name))
 
@@ -37,13 +32,6 @@ static void record(char const* line, size_t length) {
     if (fd < 0) return;
     syscall(SYS_write, fd, line, length);
     syscall(SYS_close, fd);
-}
-
-/* Numbers the call and dies before it when it is the one asked for. */
-static void count(void) {
-    long const number = __atomic_add_fetch(&g_calls, 1, __ATOMIC_SEQ_CST);
-    char const* killAt = getenv("RF_FS_KILL_AT");
-    if (killAt && atol(killAt) == number) raise(SIGKILL);
 }
 
 /* Logs "NAME\tPATH" and the extra fields, each led by a tab. */
@@ -58,7 +46,6 @@ static void logLine(char const* name, char const* path, char const* format, va_l
 }
 
 static void call(char const* name, char const* path, char const* format, ...) {
-    count();
     va_list args;
     va_start(args, format);
     logLine(name, path, format, args);
@@ -76,7 +63,6 @@ static char const* pathOf(int fd, char* target, size_t size) {
 static void callFd(char const* name, int fd, char const* format, ...) {
     char target[4096];
     pathOf(fd, target, sizeof target);
-    count();
     va_list args;
     va_start(args, format);
     logLine(name, target, format, args);
@@ -88,7 +74,6 @@ ssize_t write(int fd, void const* data, size_t size) {
     char target[4096];
     pathOf(fd, target, sizeof target);
     long const offset = (long)lseek(fd, 0, SEEK_CUR);
-    count();
     if (getenv("RF_FS_CALL_LOG")) {
         /* The bytes in hex: a line as long as the write needs. */
         size_t const length = strlen("write\t") + strlen(target) + 32 + 2 * size + 2;
