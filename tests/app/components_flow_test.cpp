@@ -1,5 +1,5 @@
 // The shipped rules file carried out by the controller on a sandbox root: a check of an empty
-// disk, an install of everything, and an uninstall, with real files.
+// disk and an install of everything, with real files.
 #include <gtest/gtest.h>
 
 #include <QRegularExpression>
@@ -87,23 +87,4 @@ TEST(ComponentsFlow, ACheckOfAnEmptyDiskThenAnInstallOfEverything) {
     i.controller->runSelector(QStringLiteral("installCheck"));
     // The extras heading keeps its tick: a rule without a method is never checked.
     EXPECT_EQ(i.states().mid(4, 8), (QList<int>{1, 1, 1, 1, 1, 1, 1, 0}));
-}
-
-TEST(ComponentsFlow, AnUninstallRemovesWhatItRemovesAndKeepsWhatItKeeps) {
-    Installed i;
-    i.controller->runSelector(QStringLiteral("installCheck"));
-    i.tickEverything();
-    i.controller->runSelector(QStringLiteral("makeChange"));
-    i.scratch.write("root/Applications/Refloom 2025/Product-Support/Content.bundle/Styles/Mine.rfs", "the user's");
-
-    i.controller->engine().startState(flow_custom);
-    i.view->answers.enqueue(sheet_alternate);
-    i.controller->runSelector(QStringLiteral("doUninstall:"));  // "Yes": on to the change step
-    EXPECT_FALSE(i.view->enabled.value("uninstallBtn", true));
-    EXPECT_TRUE(fs::exists(i.installer + "/Refloom Tips.txt"));  // the file handler never removes
-    EXPECT_FALSE(fs::exists(i.root + "/home/u/Documents/Refloom Sample Library"));
-    EXPECT_FALSE(fs::exists(i.content + "/Styles/Ashgrove.rfs"));
-    EXPECT_TRUE(fs::exists(i.content + "/Styles/Mine.rfs"));  // not one of ours
-    EXPECT_FALSE(fs::exists(i.content + "/Most Popular/Styles"));
-    EXPECT_TRUE(rf_test::logMessages(i.controller->log().path()).contains("Customize un-install"));
 }

@@ -11,7 +11,7 @@ using Lumenary::CP::CPath;
 using rf_test::Scratch;
 namespace fs = std::filesystem;
 
-TEST(Checksum, Crc32OfKnownContents) {
+TEST(Checksum, Crc32OfKnownContentsAndNothingForWhatIsNoFile) {
     Scratch scratch;
     // Large enough that both halves are summed at once and their CRCs combined.
     std::string large(9 << 20, '\0');
@@ -23,7 +23,6 @@ TEST(Checksum, Crc32OfKnownContents) {
     Case const cases[] = {
         {"", 0},
         {"123456789", 0xCBF43926},
-        {"The quick brown fox jumps over the lazy dog", 0x414FA339},
         // The reference is zlib over the whole buffer at once.
         {large, crc32(0, reinterpret_cast<Bytef const*>(large.data()), uInt(large.size()))},
     };
@@ -32,10 +31,6 @@ TEST(Checksum, Crc32OfKnownContents) {
         ASSERT_TRUE(CalculateCRC32Sum(CPath(scratch.write("f", c.content)), crc));
         EXPECT_EQ(crc, c.crc) << c.content.size() << " bytes";
     }
-}
-
-TEST(Checksum, Crc32RefusesMissingFilesAndFolders) {
-    Scratch scratch;
     unsigned long crc = 12345;
     EXPECT_FALSE(CalculateCRC32Sum(CPath(scratch / "missing"), crc));
     EXPECT_FALSE(CalculateCRC32Sum(CPath(scratch.root().string()), crc));

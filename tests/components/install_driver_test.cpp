@@ -170,14 +170,3 @@ TEST(InstallDriver, InitialInstallReplacesTheAddInAndTheExtension) {
     EXPECT_EQ(d.messages()[3], QString("**  Initial install                                 **"));
     EXPECT_EQ(d.engine.state(), before + 1);
 }
-
-TEST(InstallDriver, TheWebEditionsUninstallAsksToo) {
-    for (int answer : {sheet_default, sheet_alternate}) {
-        Driver d;
-        d.engine.startState(flow_rfweb);
-        d.view.answers.enqueue(answer);
-        EXPECT_TRUE(d.driver.doRFWUninstall());  // the wizard stays: it has jumped, or was told No
-        EXPECT_EQ(d.driver.m_bUninstall, answer == sheet_alternate);
-        EXPECT_TRUE(d.view.questions.last().contains("remove Refloom Margina"));
-    }
-}

@@ -18,13 +18,6 @@ std::wstring wide(std::string const& text, encoding enc, unsigned code_page = 12
 
 } // namespace
 
-TEST(StringConverter, EmptyTextConvertsToEmptyInEveryEncoding) {
-    for (int enc = enc_ansi; enc <= enc_none + 3; ++enc) {
-        EXPECT_EQ(narrow(L"", encoding(enc)), "") << enc;
-        EXPECT_EQ(wide("", encoding(enc)), L"") << enc;
-    }
-}
-
 TEST(StringConverter, ConvertsEachEncodingBothWays) {
     struct Case {
         encoding enc;
@@ -45,20 +38,20 @@ TEST(StringConverter, ConvertsEachEncodingBothWays) {
     }
 }
 
-TEST(StringConverter, UnrepresentableCharacterEndsTheNarrowText) {
+TEST(StringConverter, WhatCannotBeTranslatedGivesEmptyOrCutText) {
+    for (int enc = enc_ansi; enc <= enc_none + 3; ++enc) {
+        EXPECT_EQ(narrow(L"", encoding(enc)), "") << enc;
+        EXPECT_EQ(wide("", encoding(enc)), L"") << enc;
+    }
+    // An unrepresentable character ends the narrow text.
     EXPECT_EQ(narrow(L"abc\u2192def", enc_ansi), "abc");
     EXPECT_EQ(narrow(L"\u2192def", enc_mac_roman), "");
-}
-
-TEST(StringConverter, EncodingsWithoutATableFailEveryTranslation) {
+    // Encodings without a table fail every translation.
     EXPECT_EQ(narrow(L"abc", enc_symbol), "");
-    EXPECT_EQ(narrow(L"abc", enc_none), "");
     EXPECT_EQ(narrow(L"abc", encoding(42)), "");
     EXPECT_EQ(narrow(L"abc", enc_codepage, 99999), "");
     EXPECT_EQ(wide("abc", enc_none), L"");
-}
-
-TEST(StringConverter, InvalidInputGivesEmptyText) {
+    // Invalid input.
     EXPECT_EQ(wide("ab\xFF", enc_utf8), L"");
     EXPECT_EQ(wide("\xED\xA0\x80", enc_utf8), L"");  // an encoded surrogate
     EXPECT_EQ(narrow(std::wstring(1, wchar_t(0xD800)), enc_utf8), "");
@@ -86,7 +79,6 @@ TEST(StringConverter, UtfShorthandsAndPlatformPath) {
     EXPECT_STREQ(Common::MakePlatformPath("a/\xC3\xA9", L"/dest"), L"/dest/a/\u00e9");
     EXPECT_STREQ(Common::MakePlatformPath("a", L"dir/"), L"dir//a");
 }
-
 
 TEST(CLibraryUtf8, ConvertsBothWaysAndRejectsInvalidInput) {
     std::string const bytes = "\xC3\xBC\xE2\x82\xAC\xF0\x9F\x98\x80";

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <QFileInfo>
-#include <QRegularExpression>
 
 #include <filesystem>
 #include <fstream>
@@ -9,15 +8,10 @@
 
 #include "components/install_driver.h"
 #include "integrations/browser_extension.h"
-#include "tests/fixtures/log_lines.h"
-#include "tests/fixtures/privileged.h"
-#include "tests/fixtures/recording_view.h"
-#include "tests/fixtures/scratch.h"
 #include "tests/integrations/integration_base.h"
 
 using namespace Refloom;
 using rf_test::read_file;
-using rf_test::Scratch;
 namespace fs = std::filesystem;
 
 namespace {

@@ -1,8 +1,8 @@
-// What the Spotlight, Services and browser extension tests share: an installer folder and an
-// empty system root in a scratch folder, a real log, runner and file operations, the rules, a
-// recording view with its navigation, and the context the integrations take. `elevate` is what
-// RF_ELEVATE holds: "/bin/false" refuses the administrator rights; none (as root) runs the
-// real helper.
+// What the integration tests share: an installer folder and an empty system root in a scratch
+// folder, a real log, runner and file operations, the rules, a recording view with its
+// navigation, and the context the integrations take, for the installer's bundle `bundleName`.
+// `elevate` is what RF_ELEVATE holds: "/bin/false" refuses the administrator rights; none (as
+// root) runs the real helper.
 #pragma once
 
 #include <QRegularExpression>
@@ -18,13 +18,15 @@
 namespace rf_test {
 
 struct IntegrationBase {
-    IntegrationBase(char const* elevate, std::string const& rulesText)
-        : elevation("RF_ELEVATE", elevate), rules(QString::fromStdString(scratch.write("rules.txt", rulesText))) {}
+    IntegrationBase(char const* elevate, std::string const& rulesText, std::string const& bundleName = "Up.app")
+        : elevation("RF_ELEVATE", elevate), bundle(installer + "/" + bundleName),
+          rules(QString::fromStdString(scratch.write("rules.txt", rulesText))) {}
 
     ScopedEnv elevation;
     Scratch scratch;
     std::string root = scratch / "root";
     std::string installer = scratch / "installer";
+    std::string bundle;
     Refloom::rfRules rules;
     Refloom::SystemRoot system{QString::fromStdString(root), QStringLiteral("/home/u")};
     Refloom::InstallerLog log{system};
@@ -41,11 +43,13 @@ struct IntegrationBase {
                                         view,
                                         engine,
                                         system,
-                                        QString::fromStdString(installer + "/Up.app"),
+                                        QString::fromStdString(bundle),
                                         QString::fromStdString(installer),
                                         [this] { return subMode; },
                                         [this](QString const& name, int mode) { log.logInstall(name, mode); }};
 
+    QString at(std::string const& path) const { return QString::fromStdString(path); }
+    QStringList messages() const { return logMessages(log.path()); }
     QStringList lines(QString const& start) const {
         return logMessages(log.path()).filter(QRegularExpression(QLatin1Char('^') + start));
     }

@@ -2,13 +2,11 @@
 
 #include <filesystem>
 
-#include "tests/fixtures/log_lines.h"
-
 namespace fs = std::filesystem;
 
 namespace rf_test {
 
-WordSandbox::WordSandbox() {
+WordSandbox::WordSandbox() : IntegrationBase("/bin/false", "", "Refloom 2025 Updater.app") {
     makeWord(office2016, "15.41");
     makeWord(word16, "16.89.1");
     makeWord(office2011, "14.7.7");
@@ -29,7 +27,5 @@ void WordSandbox::makeWord(std::string const& path, char const* version) const {
     fs::create_directories(path + "/Contents/MacOS");
     scratch.write(fs::relative(path + "/Contents/Info.plist", scratch.root()).string(), plist);
 }
-
-QStringList WordSandbox::messages() const { return logMessages(log.path()); }
 
 } // namespace rf_test

@@ -133,12 +133,12 @@ TEST(WordAddin, AStartupFolderThatLeadsOutOfTheRootIsLeftAlone) {
 TEST(WordAddin, SubModesAndAbsentWord) {
     for (int mode : {32, 36, 35, 0}) {
         Word w;
-        w.mode = mode;
+        w.subMode = mode;
         EXPECT_EQ(w.addin->installWordMode(mode_check, 0, QString(), QString()), mode == 32 || mode == 36 ? 1 : 0) << mode;
     }
     Word none;
     fs::remove_all(none.root + "/Applications");
-    none.mode = 32;
+    none.subMode = 32;
     EXPECT_EQ(none.addin->installWordMode(mode_check, 0, QString(), QString()), -1);
     EXPECT_EQ(none.addin->installWordMode(mode_copy, 0, QString(), QString()), -1);
 }

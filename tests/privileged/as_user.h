@@ -4,6 +4,7 @@
 
 #include "privileged/file_operations.h"
 #include "tests/fixtures/log_lines.h"
+#include "tests/fixtures/scratch.h"
 
 #include <QDir>
 #include <QFile>
@@ -86,11 +87,6 @@ struct AsUser {
 
 inline bool runByTheScript() {
     return geteuid() != 0 && qEnvironmentVariableIsSet("RF_PRIVILEGED_SANDBOX");
-}
-
-inline int modeOf(QString const& path) {
-    struct stat info;
-    return lstat(QFile::encodeName(path).constData(), &info) == 0 ? int(info.st_mode & 07777) : -1;
 }
 
 } // namespace rf_test

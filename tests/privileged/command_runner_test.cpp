@@ -35,12 +35,14 @@ struct Runner {
 
 } // namespace
 
-TEST(CommandRunner, UserRunsAreLoggedWithTheirStatus) {
+TEST(CommandRunner, UserRunsAreLoggedWithTheirStatusOrSignal) {
     Runner r;
     EXPECT_EQ(r.runner.launchApp(QStringLiteral("/bin/sh"), QStringList{"-c", "exit 3"}), 3);
     EXPECT_EQ(r.runner.launchApp(QStringLiteral("/bin/true"), std::nullopt), 0);
+    EXPECT_EQ(r.runner.launchApp(QStringLiteral("/bin/sh"), QStringList{"-c", "kill -TERM $$"}), 15);
     EXPECT_EQ(r.messages(), (QStringList{"Running as user: /bin/sh -c exit 3 Result: 3",
-                                         "Running as user: /bin/true  Result: 0"}));
+                                         "Running as user: /bin/true  Result: 0",
+                                         "Running as user: /bin/sh -c kill -TERM $$ Result: 15"}));
     EXPECT_THROW(r.runner.launchApp(QStringLiteral("/no/such/tool"), std::nullopt), LaunchError);
 }
 
@@ -55,11 +57,15 @@ TEST(CommandRunner, ExecCmdLineAppAnswersOutputOrError) {
     EXPECT_TRUE(lines.last().startsWith(QStringLiteral("Exception Raised "))) << lines.last().toStdString();
 }
 
-TEST(CommandRunner, SystemCallLogsTheCommandsOutput) {
+TEST(CommandRunner, SystemCallLogsTheCommandsOutputWhileItRuns) {
     Runner r;
-    r.script("say.sh", "echo \"out $1\"; echo err >&2; printf last\n");
-    EXPECT_EQ(r.runner.systemCallWithLog(QStringLiteral("say.sh"), QStringList{"a b"}, true), 0);
-    EXPECT_EQ(r.messages(), (QStringList{"out a b", "err", "last", "Run as user: say.sh a b Result: 0"}));
+    // The script ends only once its first lines are in the log: a log written at the end would
+    // make it give up.
+    r.script("say.sh", "echo \"out $1\"; echo err >&2\n"
+                       "for i in $(seq 100); do grep -qs err \"$2\" && { printf last; exit 0; }; sleep 0.05; done\n"
+                       "echo unseen\n");
+    EXPECT_EQ(r.runner.systemCallWithLog(QStringLiteral("say.sh"), QStringList{"a b", r.log.path()}, true), 0);
+    EXPECT_EQ(r.messages(), (QStringList{"out a b", "err", "last", "Run as user: say.sh a b " + r.log.path() + " Result: 0"}));
 }
 
 TEST(CommandRunner, ResourceScriptsAsUserOnly) {
@@ -92,21 +98,6 @@ TEST(CommandRunner, RefusedAuthorizationIsAskedOnceAndCountsAsSuccess) {
     r.runner.dethenticate();  // forgets the refusal: the next question is asked again
     EXPECT_FALSE(r.runner.authenticate());
     EXPECT_EQ(r.messages().count(QStringLiteral("Authenticate")), 2);
-}
-
-TEST(CommandRunner, ToolsEndedByASignalReportTheSignal) {
-    Runner r;
-    EXPECT_EQ(r.runner.launchApp(QStringLiteral("/bin/sh"), QStringList{"-c", "kill -TERM $$"}), 15);
-    EXPECT_EQ(r.messages(), QStringList{"Running as user: /bin/sh -c kill -TERM $$ Result: 15"});
-}
-
-TEST(CommandRunner, SystemCallLogsOutputWhileTheCommandRuns) {
-    Runner r;
-    // The script goes on only once its first line is in the log: a log written at the end
-    // would make it give up.
-    r.script("slow.sh", "echo first\nfor i in $(seq 100); do grep -qs first \"$1\" && { echo seen; exit 0; }; sleep 0.05; done\necho unseen\n");
-    EXPECT_EQ(r.runner.systemCallWithLog(QStringLiteral("slow.sh"), QStringList{r.log.path()}, true), 0);
-    EXPECT_EQ(r.messages().mid(0, 2), (QStringList{"first", "seen"}));
 }
 
 TEST(CommandRunner, GrantedAuthorizationRunsNamedOperationsThroughTheHelper) {

@@ -14,7 +14,6 @@
 
 using namespace Refloom;
 using rf_test::AsUser;
-using rf_test::modeOf;
 using rf_test::ScopedEnv;
 namespace fs = std::filesystem;
 
@@ -84,11 +83,6 @@ TEST(HelperAttack, NothingItMakesCarriesASetIdBitOrChangesHands) {
     ScopedEnv elevate("RF_ELEVATE", kSudo);
     {
         AsUser u;
-        // A root-owned tool of the bundle, copied into an install root and made set-user-id.
-        QString const tool = u.spotlight + QStringLiteral("/tool");
-        u.files.copyPath(u.resources + QStringLiteral("/rf-unlock"), tool);
-        u.files.chmod(tool, QStringLiteral("4755"));
-        u.files.chmod(tool, QStringLiteral("2755"));
         // The user's own shell, put where ownership is handed to root.
         QString const shell = u.chrome + QStringLiteral("/shell");
         QString const mine = u.sandbox + QStringLiteral("/log/sh");
@@ -128,7 +122,7 @@ TEST(HelperAttack, AHardLinkIsNeverTakenForTheFileItNames) {
     u.files.copyPath(hard, u.mine + QStringLiteral("/linked copy"));
     u.asAdmin(FileTool::chmod, u.mine + QStringLiteral("/linked copy"), QStringLiteral("644"));
     EXPECT_EQ(u.outsideState(), before);
-    EXPECT_EQ(modeOf(u.outside + QStringLiteral("/linked")), 0600);
+    EXPECT_EQ(rf_test::mode_of((u.outside + QStringLiteral("/linked")).toStdString()), 0600);
     EXPECT_FALSE(anyFileHolds(u.mine, "root's linked"));
 }
 
@@ -245,19 +239,6 @@ TEST(HelperAttack, AnotherProcessOfTheUserCannotTakeItsChannel) {
     // The helper answers in order: once the client's own request is through, the thief's was seen.
     u.asAdmin(FileTool::make_dir, u.spotlight + QStringLiteral("/made by the client"));
     EXPECT_FALSE(QFileInfo::exists(target));
-}
-
-TEST(HelperAttack, AHelperIsBelievedOnlyOnTheKernelsWord) {
-    SKIP_UNLESS_RUN_BY_THE_SCRIPT();
-    // An elevation of the user's choosing that starts a forger: it greets as root and says yes.
-    ScopedEnv elevate("RF_ELEVATE", RF_FORGED_HELPER);
-    AsUser u;
-    QString const kept = u.spotlight + QStringLiteral("/kept");
-    EXPECT_FALSE(u.runner.authenticate());
-    EXPECT_FALSE(u.files.removeFile(kept)); // the refusal's usual "done"
-    EXPECT_TRUE(QFileInfo::exists(kept));
-    EXPECT_TRUE(u.messages().contains(QStringLiteral("Authentication status :Failed")));
-    EXPECT_TRUE(u.messages().filter(QStringLiteral("Running as admin")).isEmpty());
 }
 
 TEST(HelperAttack, AFailedAdministratorStepIsLoggedAsFailed) {

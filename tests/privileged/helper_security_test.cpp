@@ -17,15 +17,6 @@ using HelperProtocol::kDenied;
 using rf_test::HelperBundle;
 namespace fs = std::filesystem;
 
-namespace {
-
-int mode(std::string const& path) {
-    struct stat info;
-    return lstat(path.c_str(), &info) == 0 ? int(info.st_mode & 07777) : -1;
-}
-
-} // namespace
-
 TEST(PrivilegedHelper, RefusesEveryRequestOutsideItsPolicy) {
     HelperBundle b;
     fs::create_symlink(b.outside + "/secret", b.spotlight + "/link");
@@ -87,7 +78,7 @@ TEST(PrivilegedHelper, CarriesOutEachOperationInsideItsPolicy) {
     ok(FileTool::make_dir, {deep});
     ok(FileTool::copy, {b.resources + "/ok.sh", deep});  // a file onto a folder goes into it
     ok(FileTool::chmod, {deep + "/ok.sh", "600"});
-    EXPECT_EQ(mode(deep + "/ok.sh"), 0600);
+    EXPECT_EQ(rf_test::mode_of(deep + "/ok.sh"), 0600);
     ok(FileTool::rename, {deep + "/ok.sh", deep + "/renamed"});
     ok(FileTool::sym_link, {deep + "/renamed", b.spotlight + "/link"});
     EXPECT_EQ(fs::read_symlink(b.spotlight + "/link"), deep + "/renamed");

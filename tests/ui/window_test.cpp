@@ -133,19 +133,14 @@ struct Shown {
 };
 
 TEST(Window, TheWebEditionsChoicesAndItsQuestion) {
-    for (int answer : {1, 0}) {
-        Shown w;
-        w.controller->startRFWebInstallState();
-        ASSERT_EQ(w.view->selectedPage(), 26);
-        w.view->window()->findChild<QWidget*>("matRFWInstall")->findChildren<QAbstractButton*>().at(1)->click();  // Uninstall
-        answerSheetWith(answer == 0 ? "altBtn" : "defBtn");
-        w.click("nextBtn");
-        // "Yes" goes to the uninstall: the change pass runs and ends on its last page; "No" stays.
-        if (answer == 0)
-            EXPECT_EQ(w.view->selectedPage(), 28);
-        else
-            EXPECT_EQ(w.view->selectedPage(), 26);
-    }
+    Shown uninstall;
+    uninstall.controller->startRFWebInstallState();
+    ASSERT_EQ(uninstall.view->selectedPage(), 26);
+    uninstall.view->window()->findChild<QWidget*>("matRFWInstall")->findChildren<QAbstractButton*>().at(1)->click();
+    answerSheetWith("altBtn");
+    uninstall.click("nextBtn");
+    // "Yes" goes to the uninstall: the change pass runs and ends on its last page.
+    EXPECT_EQ(uninstall.view->selectedPage(), 28);
     Shown install;
     install.controller->startRFWebInstallState();
     install.click("nextBtn");  // "Install" is the first choice: on to the components
@@ -168,26 +163,18 @@ TEST(Window, ReturnOrEscapeOnTheUninstallQuestionUninstallsNothing) {
     }
 }
 
-TEST(Window, TheCustomFlowWalksToItsEndByClicking) {
-    Shown w;
-    w.controller->startCustomState();
-    ASSERT_EQ(w.view->selectedPage(), 6);
-    w.click("nextBtn");  // nothing new to place: the location page is passed over
-    EXPECT_EQ(w.view->selectedPage(), 8);
-    w.click("nextBtn");
-    EXPECT_TRUE(w.view->isClosed());
-}
-
-TEST(Window, ThePatchFlowWalksToItsEndByClicking) {
-    Shown w;
-    QtWizardView* shown = w.view;
-    w.controller->startPatchState();
-    auto* next = w.button("nextBtn");
-    EXPECT_EQ(shown->selectedPage(), 14);
-    QTest::mouseClick(next, Qt::LeftButton);
-    EXPECT_EQ(shown->selectedPage(), 4);
-    QTest::mouseClick(next, Qt::LeftButton);
-    EXPECT_EQ(shown->selectedPage(), 18);  // an empty root: nothing found
-    QTest::mouseClick(next, Qt::LeftButton);
-    EXPECT_TRUE(shown->isClosed());
+TEST(Window, EachFlowWalksToItsEndByClicking) {
+    struct Case {
+        void (rfController::*start)();
+        QList<int> pages;  // the custom flow passes over the location page: nothing new to place
+    };
+    for (Case const& c : {Case{&rfController::startCustomState, {6, 8}}, Case{&rfController::startPatchState, {14, 4, 18}}}) {
+        Shown w;
+        (w.controller.get()->*c.start)();
+        for (int page : c.pages) {
+            EXPECT_EQ(w.view->selectedPage(), page);
+            w.click("nextBtn");
+        }
+        EXPECT_TRUE(w.view->isClosed());
+    }
 }

@@ -75,16 +75,14 @@ struct Demo {
 
 } // namespace
 
-TEST(Updater, UnattendedPatchesEveryCopyAsAdministrator) {
+TEST(Updater, UnattendedPatchesEveryCopyAsAdministratorAndASecondRunChangesNothing) {
     SKIP_UNLESS_ROOT();
     Demo d;
     Demo::Run const run = d.run({"--unattended"});
-    EXPECT_EQ(run.status, 0) << run.output.toStdString();
+    ASSERT_EQ(run.status, 0) << run.output.toStdString();
     EXPECT_TRUE(d.isNew(d.first));
     EXPECT_TRUE(d.isNew(d.second));
-    QJsonObject const report = d.reportJson();
-    EXPECT_EQ(report["exitStatus"].toInt(), 0);
-    QJsonArray const copies = report["copies"].toArray();
+    QJsonArray const copies = d.reportJson()["copies"].toArray();
     ASSERT_EQ(copies.size(), 2);
     for (QJsonValue const& copy : copies) {
         EXPECT_EQ(copy["patch"].toString(), QString("patched"));
@@ -94,14 +92,8 @@ TEST(Updater, UnattendedPatchesEveryCopyAsAdministrator) {
     QStringList const log = d.log();
     EXPECT_EQ(log.filter("**  Patcher Started ").size(), 1);
     EXPECT_TRUE(log.contains(QString("Found patchable candidate: %1.").arg(QString::fromStdString(d.first))));
-    EXPECT_TRUE(log.filter("Running as admin: ").filter(" Result: 0").size() == 2);
+    EXPECT_EQ(log.filter("Running as admin: ").filter(" Result: 0").size(), 2);
 
-}
-
-TEST(Updater, ARunAfterTheUpdateAsksNothingAndChangesNothing) {
-    SKIP_UNLESS_ROOT();
-    Demo d;
-    ASSERT_EQ(d.run({"--unattended"}).status, 0);
     // Every item's name, mode, time and content, but the log's, which records the run, and the
     // probe document's folder, where each search makes and removes the probe.
     auto state = [&d] {
@@ -122,9 +114,9 @@ TEST(Updater, ARunAfterTheUpdateAsksNothingAndChangesNothing) {
     EXPECT_FALSE(again.output.contains("Would you like to update this copy?")) << again.output.toStdString();
     EXPECT_TRUE(again.output.contains(QString("Already up to date: %1 (2025.3)").arg(QString::fromStdString(d.second))));
     EXPECT_EQ(state().toStdString(), before.toStdString());
-    QStringList const run = d.log().mid(loggedBefore);
-    EXPECT_TRUE(run.filter("Running as admin").isEmpty());
-    EXPECT_TRUE(run.filter("Processing").isEmpty());
+    QStringList const second = d.log().mid(loggedBefore);
+    EXPECT_TRUE(second.filter("Running as admin").isEmpty());
+    EXPECT_TRUE(second.filter("Processing").isEmpty());
     for (QJsonValue const& copy : d.reportJson()["copies"].toArray()) {
         EXPECT_EQ(copy["patch"].toString(), QString("up to date"));
         EXPECT_EQ(copy["dryRun"].toString(), QString("up to date"));
