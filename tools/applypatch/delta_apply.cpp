@@ -6,6 +6,8 @@
 #include <memory>
 #include <vector>
 
+#include "tools/applypatch/ahead_reader.h"
+#include "tools/applypatch/cores.h"
 #include "tools/applypatch/delta.h"
 #include "tools/applypatch/delta_layout.h"
 #include "tools/applypatch/stream_reader.h"
@@ -104,11 +106,20 @@ private:
     std::int64_t m_nextRead = 0;       // the block after the last ones read: a miss there reads on
 };
 
+// The stream at [at, at + size), decoded ahead on another core when it is large: libxul.so's 39 MB
+// of new bytes took 3 of its 5 s on the thread that applies, its controls another 0.4 s. Below
+// 256 KiB a thread costs more than it saves.
+std::unique_ptr<StreamReader> openAhead(int fd, std::uint64_t at, std::uint64_t size) {
+    std::unique_ptr<StreamReader> stream = openStream(fd, at, size);
+    if (size < (256u << 10) || machineCores() < 2) return stream;
+    return std::make_unique<AheadReader>(std::move(stream));
+}
+
 // A stream read through a buffer, for the packed layout's many small reads: each varint, each
 // run of a few non-zero bytes.
 class BufferedStream {
 public:
-    BufferedStream(int fd, std::uint64_t at, std::uint64_t size) : m_stream(openStream(fd, at, size)) {}
+    BufferedStream(int fd, std::uint64_t at, std::uint64_t size) : m_stream(openAhead(fd, at, size)) {}
 
     bool read(u8* out, std::size_t count) {
         while (count > 0) {
@@ -158,7 +169,7 @@ public:
             at += std::uint64_t(sizes[k]);
         }
         std::size_t const last = streamCount(layout) - 1;
-        m_extra = openStream(fd, starts[last], std::uint64_t(sizes[last]));
+        m_extra = openAhead(fd, starts[last], std::uint64_t(sizes[last]));
         if (layout == Layout::fixed) {
             m_fixedControls = openStream(fd, starts[0], std::uint64_t(sizes[0]));
             m_fixedDifferences = openStream(fd, starts[1], std::uint64_t(sizes[1]));

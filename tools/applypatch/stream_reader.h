@@ -23,6 +23,8 @@ public:
 protected:
     // The compressed bytes at [offset, offset + size) of the file, read a piece at a time.
     StreamReader(int fd, std::uint64_t offset, std::uint64_t size);
+    // A reader of another reader, which reads no file of its own.
+    StreamReader() : StreamReader(-1, 0, 0) {}
     // Reads the next piece into m_in; its size, 0 at the end or on an error.
     std::size_t readInput();
     std::uint64_t inputLeft() const { return m_left; }
