@@ -43,15 +43,17 @@ std::string insertBits(std::string const& bytes, std::size_t at, std::size_t cou
 }
 
 // `oldSize`: what the applier was told the old file holds.
+// `ahead`: large streams decoded on threads of their own.
 std::string applied(std::string const& old, std::string const& delta, std::size_t oldSize,
-                    OldView view = OldView::bytes) {
+                    OldView view = OldView::bytes, bool ahead = false) {
     std::FILE* oldFile = fileHolding(old);
     std::FILE* deltaFile = fileHolding(delta);
     std::string out;
-    bool const ok = applyDelta(fileno(oldFile), oldSize, view, Layout::packed, fileno(deltaFile), 0, delta.size(), [&out](void const* data, std::size_t size) {
+    auto const sink = [&out](void const* data, std::size_t size) {
         out.append(static_cast<char const*>(data), size);
         return true;
-    });
+    };
+    bool const ok = applyDelta(fileno(oldFile), oldSize, view, Layout::packed, fileno(deltaFile), 0, delta.size(), sink, ahead);
     std::fclose(oldFile);
     std::fclose(deltaFile);
     return ok ? out : std::string("(failed)");
@@ -65,12 +67,12 @@ TEST(Delta, EveryNumberOfPiecesGivesBackTheNewFile) {
     std::string next = old.substr(4 << 20, 300000) + old.substr(0, 4 << 20);
     for (std::size_t at = 1000; at < next.size(); at += 777777) next[at] = char(next[at] ^ 0x5a);
     next.insert(2 << 20, noise(50000, 2));
-    // New bytes enough to be decoded ahead on another thread.
+    // New bytes enough to be decoded ahead on another thread: read so for more than one piece.
     std::size_t const fresh = 50000 + 300000;
     next += noise(300000, 3);
     for (int parts : {1, 2, 3, 5}) {
         std::string const delta = makeDelta(old, next, 3, parts);
-        EXPECT_EQ(applied(old, delta, old.size()), next) << parts << " pieces";
+        EXPECT_EQ(applied(old, delta, old.size(), OldView::bytes, parts > 1), next) << parts << " pieces";
         EXPECT_LT(delta.size(), fresh + next.size() / 20) << parts << " pieces";  // the matches were found
     }
 }

@@ -25,8 +25,8 @@ public:
     bool finished() override;
 
 private:
-    static constexpr std::size_t kPieces = 4;
-    static constexpr std::size_t kPieceSize = 128 << 10;
+    static constexpr std::size_t kPieces = 2;
+    static constexpr std::size_t kPieceSize = 64 << 10;
 
     void decode();
 

@@ -167,15 +167,18 @@ void stageFile(PatchFile const& patch, Locations const& at, Entry const& e, std:
         if (old >= 0) close(old);
         failed("cannot stage " + e.path);
     }
-    // A large file is hashed and written on another core while this one decodes it; large files
-    // are staged one at a time, so that core would otherwise wait.
-    StagedWriter writer(fd, e.target.size, e.target.size >= kLargeFile);
+    // A large file is hashed and written on another core while this one decodes it, and its
+    // delta's streams are decoded ahead on others: large files are staged one at a time, so those
+    // cores would otherwise wait, and only one file's pieces are held at once.
+    bool const large = e.target.size >= kLargeFile;
+    StagedWriter writer(fd, e.target.size, large);
     auto sink = [&writer](void const* data, std::size_t count) { return writer.add(data, count); };
     bool produced;
     if (isDelta(e.payload)) {
         OldView const view = e.payload == PayloadKind::bit_delta ? OldView::bits : OldView::bytes;
         Layout const layout = patch.minorVersion() == 0 ? Layout::fixed : Layout::packed;
-        produced = applyDelta(old, e.source.size, view, layout, patch.fd(), patch.payloadStart(e), e.payloadSize, sink);
+        produced = applyDelta(old, e.source.size, view, layout, patch.fd(), patch.payloadStart(e), e.payloadSize, sink,
+                              large && machineCores() > 1);
         close(old);
     } else {
         std::unique_ptr<StreamReader> const reader = openStream(patch.fd(), patch.payloadStart(e), e.payloadSize);

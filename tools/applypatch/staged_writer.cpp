@@ -9,12 +9,13 @@
 namespace Refloom::Patch {
 namespace {
 
-constexpr std::size_t kPiece = 1 << 20;
+// Two of them for a large file, with the other buffers of its apply, stay within 32 MiB.
+constexpr std::size_t kPiece = 512 << 10;
 
 } // namespace
 
 // A buffer no larger than the file: a small one comes from the heap, where taking and giving back
-// 1 MiB for each of a thousand small files cost more than writing them.
+// a whole piece for each of a thousand small files cost more than writing them.
 StagedWriter::StagedWriter(int fd, std::uint64_t size, bool alongside) : m_fd(fd), m_alongside(alongside), m_current(&m_filling) {
     m_filling.reserve(std::size_t(std::min<std::uint64_t>(size, kPiece)));
     if (alongside) m_spare.reserve(kPiece);

@@ -1,5 +1,5 @@
 // Takes a new file's bytes as a payload hands them over, in runs of any size (a delta hands over
-// many small ones), and hashes and writes them in pieces of 1 MiB: a write call for each run would
+// many small ones), and hashes and writes them in pieces of 512 KiB: a write call for each run would
 // cost more than the whole patch. With `alongside`, another thread hashes and writes each piece
 // while the caller makes the next, so that a large file's decoding, hashing and writing share
 // two cores instead of taking turns on one.
