@@ -192,8 +192,7 @@ Streams diffFiles(u8 const* old, std::int64_t oldSize, u8 const* next, std::int6
 std::string compressPacked(std::string const& stream, int level, int workers) {
     // Data that a quick zstd pass over its start cannot shrink (already compressed, encrypted)
     // gains nothing from xz but minutes: zstd stores its blocks raw at a few bytes each.
-    std::string_view const start = std::string_view(stream).substr(0, 1u << 20);
-    if (stream.size() >= (1u << 20) && compress(start, 1).size() >= start.size() * 98 / 100) return compress(stream, 1, workers);
+    if (stream.size() >= (1u << 20) && startBarelyShrinks(stream, 1)) return compress(stream, 1, workers);
     std::string xz = compressXz(stream, workers);
     if (stream.size() >= (64u << 10)) return xz;
     std::string zstd = compress(stream, level);

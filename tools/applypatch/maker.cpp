@@ -44,14 +44,13 @@ void makePayload(Job& job, int level, int threads) {
     // when the old file holds none of it either, no delta is searched for. The quick pass runs
     // at once for a small file, and for one whose start does not compress (its result decides
     // whether to search); otherwise beside the delta's suffix sort, which holds one core.
-    std::string_view const start = std::string_view(next).substr(0, 1u << 20);
-    bool const now = next.size() <= start.size() || compress(start, 3).size() >= start.size() * 98 / 100;
+    bool const now = next.size() <= (1u << 20) || startBarelyShrinks(next, 3);
     std::future<std::string> later = now ? std::future<std::string>() : std::async(std::launch::async, [&next] { return compress(next, 3); });
     std::string quick = now ? compress(next, 3) : std::string();
-    bool incompressible = now && quick.size() >= next.size() * 98 / 100;
+    bool incompressible = now && barelyShrinks(quick.size(), next.size());
     if (!job.oldPath.empty()) {
         std::string const old = readWholeFile(job.oldPath);
-        if (incompressible && sizeAfter(old, next) >= next.size() * 98 / 100) {
+        if (incompressible && barelyShrinks(sizeAfter(old, next), next.size())) {
             job.payload = std::move(quick);
             job.kind = PayloadKind::whole;
             return;
@@ -61,7 +60,7 @@ void makePayload(Job& job, int level, int threads) {
         job.kind = bitPacked ? PayloadKind::bit_delta : PayloadKind::delta;
     }
     if (!now) quick = later.get();
-    incompressible = quick.size() >= next.size() * 98 / 100;
+    incompressible = barelyShrinks(quick.size(), next.size());
     if (job.kind != PayloadKind::whole && quick.size() >= job.payload.size()) return;
     std::string whole = incompressible ? std::move(quick) : compress(next, level, threads > 1 && next.size() >= (4u << 20) ? threads : 0);
     if (job.payload.empty() || whole.size() < job.payload.size()) {

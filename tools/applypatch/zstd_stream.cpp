@@ -20,6 +20,11 @@ std::string compress(std::string_view data, int level, int workers) {
     return out;
 }
 
+bool startBarelyShrinks(std::string_view data, int level) {
+    std::string_view const start = data.substr(0, 1u << 20);
+    return barelyShrinks(compress(start, level).size(), start.size());
+}
+
 std::size_t sizeAfter(std::string_view prefix, std::string_view data) {
     ZSTD_CCtx* context = ZSTD_createCCtx();
     int windowLog = 10;

@@ -13,6 +13,11 @@ namespace Refloom::Patch {
 
 // Compressed with `workers` threads (0: in the calling thread).
 std::string compress(std::string_view data, int level, int workers = 0);
+// True when `packed` bytes of `size` saved too little for a stronger pass to be worth its time:
+// content already compressed, encrypted or random.
+inline bool barelyShrinks(std::size_t packed, std::size_t size) { return packed >= size * 98 / 100; }
+// barelyShrinks for the first MiB of `data`, compressed at `level`.
+bool startBarelyShrinks(std::string_view data, int level);
 // The size of `data` compressed quickly with `prefix` before it, long matches found anywhere in
 // it: how much of `data` the prefix already holds, measured in a fraction of a delta's time.
 std::size_t sizeAfter(std::string_view prefix, std::string_view data);
