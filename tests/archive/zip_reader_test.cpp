@@ -44,17 +44,11 @@ class RecordingSink : public LMServices::IProgress {
 public:
     unsigned long AddRef() override { return ++refs; }
     unsigned long Release() override { return --refs; }
-    void BeginTask(long minimum, long maximum, wchar_t const* text) override {
-        range = {minimum, maximum};
-        caption = text;
-    }
+    void BeginTask(long minimum, long maximum, wchar_t const* text) override { range = {minimum, maximum}; caption = text; }
     void SetCaption(wchar_t const*) override {}
     void EndTask() override { ++ends; }
     long GetPosition() const override { return positions.empty() ? 0 : positions.back(); }
-    bool SetPosition(int position) override {
-        positions.push_back(position);
-        return !cancel;
-    }
+    bool SetPosition(int position) override { positions.push_back(position); return !cancel; }
 
     unsigned long refs = 0;
     std::pair<long, long> range;
@@ -92,31 +86,21 @@ TEST(ZipReader, SkipsEmptyNamesAndWritesNoFileForFolderEntries) {
     EXPECT_EQ(std::distance(fs::directory_iterator(scratch / "out"), fs::directory_iterator()), 1);
 }
 
-TEST(ZipReader, RefusesEntriesThatLeaveTheDestination) {
-    for (std::string name : {"../evil.txt", "a/../../evil.txt", "/tmp/rf-evil-absolute.txt"}) {
+TEST(ZipReader, RefusesEntriesThatLeaveTheDestinationOrWriteThroughALink) {
+    for (std::string name : {"../evil.txt", "a/../../evil.txt", "/tmp/rf-evil-absolute.txt", "link/x.txt", "file-link"}) {
         Scratch scratch;
         std::string archive = scratch / "hostile.zip";
         rf_test::make_zip(archive, {{"good.txt", "g"}, {name, "evil"}});
-        fs::create_directory(scratch / "out");
-        std::string message = failure_of(archive, scratch / "out");
-        EXPECT_NE(message.find("\"" + name + "\""), std::string::npos) << message;
-        EXPECT_FALSE(fs::exists(scratch / "evil.txt")) << name;
-        EXPECT_FALSE(fs::exists("/tmp/rf-evil-absolute.txt")) << name;
-    }
-}
-
-TEST(ZipReader, RefusesToWriteThroughALinkInTheDestination) {
-    for (std::string name : {"link/x.txt", "file-link"}) {
-        Scratch scratch;
-        std::string archive = scratch / "hostile.zip";
-        rf_test::make_zip(archive, {{name, "evil"}});
         std::string outside = scratch.write("outside/target", "precious");
         fs::create_directories(scratch / "out");
         fs::create_directory_symlink(scratch / "outside", scratch / "out/link");
         fs::create_symlink(outside, scratch / "out/file-link");
-        EXPECT_NE(failure_of(archive, scratch / "out").find(name), std::string::npos);
-        EXPECT_FALSE(fs::exists(scratch / "outside/x.txt"));
-        EXPECT_EQ(read_file(outside), "precious");
+        std::string message = failure_of(archive, scratch / "out");
+        EXPECT_NE(message.find("\"" + name + "\""), std::string::npos) << message;
+        EXPECT_FALSE(fs::exists(scratch / "evil.txt")) << name;
+        EXPECT_FALSE(fs::exists("/tmp/rf-evil-absolute.txt")) << name;
+        EXPECT_FALSE(fs::exists(scratch / "outside/x.txt")) << name;
+        EXPECT_EQ(read_file(outside), "precious") << name;
     }
 }
 
@@ -147,10 +131,9 @@ TEST(ZipReader, OpenRaisesForAFileItCannotOpenAndRefusesOtherFiles) {
         EXPECT_NE(std::string(e.what()).find("/no/such/archive.zip)"), std::string::npos) << e.what();
     }
     EXPECT_FALSE(reader.Open(wide(scratch.write("plain.txt", "not a zip")).c_str()));
-    reader.Close();  // nothing open: nothing to do
 }
 
-TEST(ZipReader, ReportsProgressAndHoldsItsSinkCounted) {
+TEST(ZipReader, ReportsProgressHoldsItsSinkCountedAndStopsWhenItCancels) {
     Scratch scratch;
     scratch.write("src/one.bin", std::string(100000, '1'));
     scratch.write("src/two.bin", std::string(50000, '2'));
@@ -172,17 +155,12 @@ TEST(ZipReader, ReportsProgressAndHoldsItsSinkCounted) {
     // A total under 100 shows no progress; one past 32 bits still scales.
     EXPECT_EQ(ScaleProgressValue(50, 99), 0);
     EXPECT_EQ(ScaleProgressValue(1LL << 40, 1LL << 40), 100);
-}
 
-TEST(ZipReader, CancellingSinkStopsTheExtraction) {
-    Scratch scratch;
-    scratch.write("src/a.bin", std::string(100000, 'a'));
-    scratch.write("src/b.bin", std::string(100000, 'b'));
-    RecordingSink sink;
-    sink.cancel = true;
-    EXPECT_FALSE(unzip(zip_folder(scratch, "src"), scratch / "out", &sink));
-    EXPECT_EQ(sink.positions.size(), 1u);
-    EXPECT_EQ(sink.ends, 0);
+    RecordingSink cancelling;
+    cancelling.cancel = true;
+    EXPECT_FALSE(unzip(archive, scratch / "again", &cancelling));
+    EXPECT_EQ(cancelling.positions.size(), 1u);
+    EXPECT_EQ(cancelling.ends, 0);
 }
 
 TEST(ZipDates, EntryDatesAreRestoredAndYearsAreFullOrSince1900) {

@@ -4,7 +4,6 @@
 
 #include "components/content_modes.h"
 #include "components/install_driver.h"
-#include "tests/fixtures/log_lines.h"
 #include "tests/fixtures/privileged.h"
 #include "tests/fixtures/scratch.h"
 
@@ -61,8 +60,6 @@ TEST(ContentModes, FileRulesInstallBesideTheInstallerAndAreNeverRemoved) {
     EXPECT_EQ(m.modes.installFileMode(mode_copy, 0, QString(), dest), 0);  // already there
     EXPECT_EQ(m.modes.installFileMode(mode_remove, 0, QString(), dest), 0);
     EXPECT_TRUE(fs::exists(m.installer + "/Tips.txt"));
-    EXPECT_EQ(rf_test::logMessages(m.log.path()).mid(0, 2),
-              (QStringList{"File: " + m.at(m.installer) + "/Extras/Tips.txt", " Result= Disable"}));
 }
 
 TEST(ContentModes, FolderRulesKeepAFolderTheUserChanged) {

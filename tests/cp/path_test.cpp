@@ -49,7 +49,7 @@ TEST(Path, ItemsOfPaths) {
     }
 }
 
-TEST(Path, EmptyPathHasNothing) {
+TEST(Path, EmptyOrMissingPathHasNothing) {
     CPath empty;
     for (int i = CPath::item_whole; i <= CPath::item_url; ++i)
         EXPECT_EQ(item(empty, CPath::pathItem(i)), L"") << i;
@@ -57,37 +57,29 @@ TEST(Path, EmptyPathHasNothing) {
     EXPECT_FALSE(empty.is_directory());
     EXPECT_TRUE(CPath(static_cast<char const*>(nullptr)).empty());
     EXPECT_TRUE(CPath("bad \xFF utf-8").empty());
+    Scratch scratch;
+    EXPECT_FALSE(CPath(scratch / "missing").exists());
+    EXPECT_TRUE(CPath(scratch.write("f.txt", "x")).exists());
 }
 
 TEST(Path, ItemGettersLeaveOutputAloneWhenNothingIsThere) {
     CPath out(L"untouched");
     CPath(L"/a/file.txt").get_item(CPath::item_url, out);
-    EXPECT_EQ(out.str(), L"untouched");
     CPath(L"/a/noext").get_item(CPath::item_extension, out);
     EXPECT_EQ(out.str(), L"untouched");
-
-    // The copying getters behave alike for every way of lacking an extension.
+    // No extension: none at all, a hidden name, a trailing dot, a dot only in a folder's name.
     for (wchar_t const* lacking : {L"/a/noext", L"dir/.hidden", L"/a/trailing.", L"/a.d/b/"}) {
-        for (auto which : {CPath::item_extension, CPath::item_extension_bare}) {
-            std::wstring wide = L"untouched";
-            std::string narrow = "untouched";
-            CPath(lacking).copy_unicode_item(which, wide);
-            CPath(lacking).copy_ansi_item(which, narrow, enc_utf8);
-            EXPECT_EQ(wide, L"untouched") << lacking << ' ' << which;
-            EXPECT_EQ(narrow, "untouched") << lacking << ' ' << which;
-        }
+        std::wstring wide = L"untouched";
+        std::string narrow = "untouched";
+        CPath(lacking).copy_unicode_item(CPath::item_extension, wide);
+        CPath(lacking).copy_ansi_item(CPath::item_extension_bare, narrow, enc_utf8);
+        EXPECT_EQ(wide, L"untouched") << lacking;
+        EXPECT_EQ(narrow, "untouched") << lacking;
     }
-    std::string narrow = "untouched";
+    std::string narrow;
     CPath(L"/a/Caf\u00e9.txt").copy_ansi_item(CPath::item_name, narrow, enc_utf8);
     EXPECT_EQ(narrow, "Caf\xC3\xA9.txt");
-
-    CPath path(L"/a/noext");
-    EXPECT_EQ(path.as_item(CPath::item_extension).str(), L"/a/noext");
-    EXPECT_EQ(path.as_item(CPath::item_parent).str(), L"/a");
-
-    // A null assignment keeps the path.
-    path = static_cast<wchar_t const*>(nullptr);
-    EXPECT_EQ(path.str(), L"/a");
+    EXPECT_EQ(CPath(L"/a/noext").as_item(CPath::item_extension).str(), L"/a/noext");
 }
 
 TEST(Path, UrlComesFromTheHfsReadingOfThePath) {
@@ -109,34 +101,19 @@ TEST(Path, PascalStringsAndHfsPaths) {
         return buffer;
     };
     EXPECT_TRUE(CPath(pascal(""), false).empty());
-    EXPECT_EQ(CPath(pascal("Macintosh HD:Users"), false).str(), L"Macintosh HD:Users");
     EXPECT_EQ(CPath(pascal("Macintosh HD:Users"), true).str(), L"/Users");
     EXPECT_EQ(CPath(pascal("Macintosh HD:Users:a/b:"), true).str(), L"/Users/a:b");
     EXPECT_EQ(CPath(pascal(":a:b"), true).str(), L"a/b");
     EXPECT_EQ(CPath(pascal("::a"), true).str(), L"../a");
-    EXPECT_EQ(CPath(pascal(std::string(255, 'x')), false).str().size(), 255u);
+    EXPECT_EQ(CPath(pascal(std::string(255, 'x')), false).str(), std::wstring(255, L'x'));
 }
 
-TEST(Path, AppendJoinsWithOneSlashAndPathsCompareAsText) {
+TEST(Path, AppendJoinsWithOneSlash) {
     EXPECT_EQ(CPath("/a").append("b").str(), L"/a/b");
     EXPECT_EQ(CPath("/a/").append(L"b").str(), L"/a/b");
     EXPECT_EQ((CPath("/a") += std::string("\xC3\xA9")).str(), L"/a/\u00e9");
     EXPECT_EQ(CPath("rel").append(CPath("x")).str(), L"rel/x");
     EXPECT_EQ(CPath().append("b").str(), L"");
-    // Paths compare as text: no case folding, no trailing-slash trimming.
-    EXPECT_FALSE(CPath("a") == CPath("A"));
-    EXPECT_FALSE(CPath("/a/") == CPath("/a"));
-    EXPECT_TRUE(CPath("\xC3\xA9") == CPath(L"\u00e9"));
-}
-
-TEST(Path, ExistenceFollowsTheFileSystem) {
-    Scratch scratch;
-    std::string file = scratch.write("f.txt", "x");
-    std::filesystem::create_directory_symlink(scratch.root(), scratch / "link");
-    EXPECT_TRUE(CPath(file).exists());
-    EXPECT_FALSE(CPath(file).is_directory());
-    EXPECT_TRUE(CPath(scratch / "link").is_directory());
-    EXPECT_FALSE(CPath(scratch / "missing").exists());
 }
 
 TEST(Path, FileTypeByExtensionThenByFile) {
@@ -157,14 +134,11 @@ TEST(SystemPath, UserFoldersLiveUnderHomeAndAreCreated) {
     std::string const saved = std::getenv("HOME") ? std::getenv("HOME") : "";
     setenv("HOME", (scratch / "home").c_str(), 1);
     CSystemPath preferences(CSystemPath::user_preferences);
-    CSystemPath documents(CSystemPath::user_documents);
-    CSystemPath documents2(CSystemPath::user_documents2);
     CSystemPath beyond(CSystemPath::pathType(11));
     setenv("HOME", saved.c_str(), 1);
 
     EXPECT_EQ(static_cast<CPath const&>(preferences), CPath(scratch / "home/Library/Preferences"));
     EXPECT_TRUE(preferences.is_directory());
-    EXPECT_TRUE(static_cast<CPath const&>(documents) == documents2);
     EXPECT_TRUE(beyond.empty());
 }
 
@@ -178,17 +152,11 @@ TEST(SystemPath, ApplicationIsTheRunningExecutableOutsideABundle) {
 }
 
 TEST(FSRefConverter, StatusesAndRaises) {
-    CFSRefConverter empty{CPath()};
-    EXPECT_THROW((void)static_cast<FSRef const&>(empty), CException);
-    EXPECT_EQ(empty.status(), -43);
-
-    CFSRefConverter not_unicode{CPath(std::wstring(1, wchar_t(0xD800)))};
-    EXPECT_THROW((void)static_cast<FSRef const&>(not_unicode), CException);
-    EXPECT_EQ(not_unicode.status(), -8764);
-
-    CFSRefConverter missing{CPath("/no/such/item")};
-    EXPECT_THROW((void)static_cast<FSRef const&>(missing), CException);
-    EXPECT_EQ(missing.status(), -43);
+    for (auto [path, status] : {std::pair{CPath(), -43}, {CPath(std::wstring(1, wchar_t(0xD800))), -8764}, {CPath("/no/such/item"), -43}}) {
+        CFSRefConverter converter{path};
+        EXPECT_THROW((void)static_cast<FSRef const&>(converter), CException);
+        EXPECT_EQ(converter.status(), status);
+    }
 }
 
 TEST(FSRefConverter, ResolvesLinksAndNoticesAReplacedItem) {

@@ -101,9 +101,7 @@ TEST(SpotlightServices, RemoveTakesEveryLevelAwayAfterEndingTheHelper) {
         EXPECT_FALSE(fs::exists(h.at(spotlight, false)));
         QStringList const steps = h.lines("(Run:|Remove File:)");
         ASSERT_EQ(steps.size(), spotlight ? 2 : 3);
-        if (!spotlight) {
-            EXPECT_EQ(steps[0], "Run: KillRFService.sh -> Params: (null)");
-        }
+        EXPECT_EQ(steps[0] == "Run: KillRFService.sh -> Params: (null)", !spotlight);
     }
 }
 

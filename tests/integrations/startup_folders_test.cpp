@@ -40,70 +40,63 @@ std::string bytesOf(QString const& path) {
     return file.open(QIODevice::ReadOnly) ? file.readAll().toStdString() : std::string("(missing)");
 }
 
+// The preferences file as `bytes` left it, read by breadcrumbs of an installer at /inst/U.app.
+struct Prefs : WordSandbox {
+    QString path = system.map(QString::fromLatin1(Breadcrumbs::kPreferences));
+    std::string folder = fs::path(path.toStdString()).parent_path();
+    explicit Prefs(QByteArray const& bytes) {
+        fs::create_directories(folder);
+        QFile file(path);
+        file.open(QIODevice::WriteOnly);
+        file.write(bytes);
+    }
+    Breadcrumbs crumbs() { return Breadcrumbs(log, system, QStringLiteral("/inst/U.app")); }
+};
+
 } // namespace
 
 TEST(Breadcrumbs, AnUnreadableFileIsKeptAsideByteForByte) {
-    WordSandbox s;
-    QString const prefs = s.system.map(QString::fromLatin1(Breadcrumbs::kPreferences));
-    fs::create_directories(fs::path(prefs.toStdString()).parent_path());
-    std::string const garbage = "<plist><dict><key>Word</key><array><string>half";
-    { QFile f(prefs); f.open(QIODevice::WriteOnly); f.write(garbage.data(), qint64(garbage.size())); }
-    Breadcrumbs crumbs(s.log, s.system, QStringLiteral("/inst/U.app"));
-    crumbs.addWordCrumb(QStringLiteral("/A/Word.app|||/S|||16"));
-    QStringList const aside = QDir(QFileInfo(prefs).path()).entryList({"*.unreadable-*"});
+    QByteArray const garbage = "<plist><dict><key>Word</key><array><string>half";
+    Prefs p(garbage);
+    p.crumbs().addWordCrumb(QStringLiteral("/A/Word.app|||/S|||16"));
+    QStringList const aside = QDir(QString::fromStdString(p.folder)).entryList({"*.unreadable-*"});
     ASSERT_EQ(aside.size(), 1);
-    EXPECT_EQ(bytesOf(QFileInfo(prefs).path() + "/" + aside[0]), garbage);
-    EXPECT_EQ(readPlistFile(prefs).toMap().value("Refloom").toString(), QString("/inst/U.app"));
-    EXPECT_TRUE(s.messages().filter("Preferences could not be read and were kept as: ").size() == 1);
+    EXPECT_EQ(bytesOf(QString::fromStdString(p.folder) + "/" + aside[0]), garbage.toStdString());
+    EXPECT_EQ(readPlistFile(p.path).toMap().value("Refloom").toString(), QString("/inst/U.app"));
+    EXPECT_EQ(p.messages().filter("Preferences could not be read and were kept as: ").size(), 1);
 }
 
 TEST(Breadcrumbs, AFileThatCannotBeKeptAsideIsNeverWritten) {
     if (geteuid() == 0) GTEST_SKIP() << "root writes into a read-only folder all the same";
-    WordSandbox s;
-    QString const prefs = s.system.map(QString::fromLatin1(Breadcrumbs::kPreferences));
-    std::string const folder = fs::path(prefs.toStdString()).parent_path();
-    fs::create_directories(folder);
-    { QFile f(prefs); f.open(QIODevice::WriteOnly); f.write("not a property list"); }
-    chmod(folder.c_str(), 0555);
-    Breadcrumbs crumbs(s.log, s.system, QStringLiteral("/inst/U.app"));
-    crumbs.addWordCrumb(QStringLiteral("/A/Word.app|||/S|||16"));
-    chmod(folder.c_str(), 0755);
-    EXPECT_EQ(bytesOf(prefs), "not a property list");
+    Prefs p("not a property list");
+    chmod(p.folder.c_str(), 0555);
+    p.crumbs().addWordCrumb(QStringLiteral("/A/Word.app|||/S|||16"));
+    chmod(p.folder.c_str(), 0755);
+    EXPECT_EQ(bytesOf(p.path), "not a property list");
 }
 
 TEST(Breadcrumbs, BinaryFilesAreReadAndSamePathsReplaced) {
-    WordSandbox s;
-    QString const prefs = s.system.map(QString::fromLatin1(Breadcrumbs::kPreferences));
-    fs::create_directories(fs::path(prefs.toStdString()).parent_path());
-    {
-        QByteArray const xml = plistToXml(QVariantMap{{"Word", QStringList{"/A/Word.app|||/S|||15", "/B/Word.app|||/T|||16"}}});
-        plist_t value = nullptr;
-        plist_from_xml(xml.constData(), uint32_t(xml.size()), &value);
-        char* binary = nullptr;
-        uint32_t length = 0;
-        plist_to_bin(value, &binary, &length);
-        QFile file(prefs);
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(binary, length);
-        free(binary);
-        plist_free(value);
-    }
-    Breadcrumbs crumbs(s.log, s.system, QStringLiteral("/inst/U.app"));
+    QByteArray const xml = plistToXml(QVariantMap{{"Word", QStringList{"/A/Word.app|||/S|||15", "/B/Word.app|||/T|||16"}}});
+    plist_t value = nullptr;
+    plist_from_xml(xml.constData(), uint32_t(xml.size()), &value);
+    char* binary = nullptr;
+    uint32_t length = 0;
+    plist_to_bin(value, &binary, &length);
+    Prefs p(QByteArray(binary, qsizetype(length)));
+    free(binary);
+    plist_free(value);
+    Breadcrumbs crumbs = p.crumbs();
     EXPECT_EQ(crumbs.words().size(), 2);
     crumbs.addWordCrumb(QStringLiteral("/a/WORD.app|||/New|||15"));
     EXPECT_EQ(crumbs.words(), (QStringList{"/a/WORD.app|||/New|||15", "/B/Word.app|||/T|||16"}));
     crumbs.deleteWordCrumb(5);  // out of range: nothing dropped, the file written all the same
     crumbs.deleteWordCrumb(0);
-    EXPECT_EQ(readPlistFile(prefs).toMap().value("Word").toStringList(), QStringList{"/B/Word.app|||/T|||16"});
+    EXPECT_EQ(readPlistFile(p.path).toMap().value("Word").toStringList(), QStringList{"/B/Word.app|||/T|||16"});
 }
 
 TEST(Breadcrumbs, ANulByteInAStringIsReadNotFatal) {
-    WordSandbox s;
-    QString const prefs = s.system.map(QString::fromLatin1(Breadcrumbs::kPreferences));
-    QByteArray const bytes("<plist><dict><key>Word</key><array><string>/A\0B|||/S|||16</string></array></dict></plist>", 89);
-    { QFile f(prefs); f.open(QIODevice::WriteOnly); f.write(bytes); }
-    Breadcrumbs crumbs(s.log, s.system, QStringLiteral("/inst/U.app"));
-    EXPECT_EQ(crumbs.words().size(), 1);
+    Prefs p(QByteArray("<plist><dict><key>Word</key><array><string>/A\0B|||/S|||16</string></array></dict></plist>", 89));
+    EXPECT_EQ(p.crumbs().words().size(), 1);
 }
 
 TEST(StartupFolders, AddingACopyOfWordAsksAndRemembers) {

@@ -31,10 +31,11 @@ struct Applications {
         EXPECT_TRUE(writePlistFile(QString::fromStdString(path + "/Contents/Info.plist"), info));
         return QString::fromStdString(path);
     }
-    QString rawBundle(std::string const& relative, std::string const& plistBytes) {
-        std::string const path = scratch / ("root/Applications/" + relative);
-        scratch.write("root/Applications/" + relative + "/Contents/Info.plist", plistBytes);
-        return QString::fromStdString(path);
+    // Starts a copy of sleep inside `bundle`, named `name`.
+    void launch(QProcess& process, QString const& bundle, QString const& name) {
+        fs::copy_file("/bin/sleep", (bundle + "/Contents/MacOS/" + name).toStdString());
+        process.start(bundle + "/Contents/MacOS/" + name, {QStringLiteral("30")});
+        EXPECT_TRUE(process.waitForStarted());
     }
 };
 
@@ -71,7 +72,8 @@ TEST(AppLookup, BadInfoPlistsAnswerNothing) {
     QByteArray const good = plistToXml(info("com.example", "12.0"));
     for (std::string const& bytes : {good.left(good.size() / 2).toStdString(), std::string("\x00\x01garbage\xff", 11),
                                      std::string("bplist00\xff\xff\xff"), std::string()}) {
-        QString const path = a.rawBundle("Bad.app", bytes);
+        a.scratch.write("root/Applications/Bad.app/Contents/Info.plist", bytes);
+        QString const path = QString::fromStdString(a.scratch / "root/Applications/Bad.app");
         EXPECT_EQ(a.lookup.getMajorVersion(path), 255);
         EXPECT_TRUE(a.lookup.getBundleStringForPath(path, QStringLiteral("CFBundleIdentifier")).isNull());
     }
@@ -128,24 +130,14 @@ TEST(AppLookup, FindByIdentifierInVersionRange) {
     EXPECT_FALSE(a.lookup.findApplicationsWithBundleIdentifier(QStringLiteral("com.nobody"), 0, 255));
 }
 
-TEST(AppLookup, FindByDocumentExtension) {
-    Applications a;
-    QVariantMap reader = info("com.refloom.Refloom", "2025.3");
-    reader.insert("CFBundleDocumentTypes", QVariantList{QVariantMap{{"CFBundleTypeExtensions", QStringList{"ENL", "enlx"}}}});
-    QString const refloom = a.bundle("Refloom 2025/Refloom 2025.app", reader);
-    a.bundle("Word.app", info("com.microsoft.Word", "16.0"));
-    EXPECT_EQ(a.lookup.findApplicationsForDocumentExtension(QStringLiteral("enl")), QStringList{refloom});
-    EXPECT_TRUE(a.lookup.findApplicationsForDocumentExtension(QStringLiteral("docx")).isEmpty());
-}
-
-TEST(AppLookup, AnInfoPlistThatIsNotAFileIsPassedOver) {
+TEST(AppLookup, FindByDocumentExtensionPassingOverAnInfoPlistThatIsNotAFile) {
     Applications a;
     std::string const home = a.scratch / "root/home/u/Applications/";
     fs::create_directories(home + "A.app/Contents");
     ASSERT_EQ(mkfifo((home + "A.app/Contents/Info.plist").c_str(), 0600), 0);
     QVariantMap good = info("com.example.good", "1.0");
-    QVariantMap const type{{"CFBundleTypeExtensions", QStringList{"enl"}}};
-    good.insert("CFBundleDocumentTypes", QVariantList{type});
+    good.insert("CFBundleDocumentTypes", QVariantList{QVariantMap{{"CFBundleTypeExtensions", QStringList{"ENL", "enlx"}}}});
+    a.bundle("Word.app", info("com.microsoft.Word", "16.0"));
     a.bundle("../home/u/Applications/B.app", good);
     QStringList const expected{QString::fromStdString(home + "B.app")};
     QString const identifier = QStringLiteral("com.example.good");
@@ -153,30 +145,25 @@ TEST(AppLookup, AnInfoPlistThatIsNotAFileIsPassedOver) {
     alarm(60);
     EXPECT_EQ(a.lookup.findApplicationsWithBundleIdentifier(identifier, 0, 255), expected);
     EXPECT_EQ(a.lookup.findApplicationsForDocumentExtension(QStringLiteral("enl")), expected);
+    EXPECT_TRUE(a.lookup.findApplicationsForDocumentExtension(QStringLiteral("docx")).isEmpty());
     alarm(0);
 }
 
 TEST(AppLookup, RunningMeansALiveProcessInsideTheBundle) {
     Applications a;
     QString const bundle = a.bundle("Runner.app", info("com.refloom.runner", "1.0"));
-    fs::copy_file("/bin/sleep", (bundle + "/Contents/MacOS/runner").toStdString());
     EXPECT_FALSE(a.lookup.isAppWithBundleIDRunning(QStringLiteral("com.refloom.runner")));
-    QProcess runner;
-    runner.start(bundle + "/Contents/MacOS/runner", {QStringLiteral("30")});
-    ASSERT_TRUE(runner.waitForStarted());
+    QProcess runner, other;
+    a.launch(runner, bundle, QStringLiteral("runner"));
     EXPECT_TRUE(a.lookup.isAppWithBundleIDRunning(QStringLiteral("com.refloom.runner")));
     EXPECT_FALSE(a.lookup.isAppWithBundleIDRunning(QStringLiteral("com.refloom.other")));
     EXPECT_FALSE(a.lookup.isAppWithBundleIDRunning(QString()));
 
     // A running bundle without an identifier must not answer for the empty one.
-    QString const nameless = a.bundle("Nameless.app", {{"CFBundleShortVersionString", "1.0"}});
-    fs::copy_file("/bin/sleep", (nameless + "/Contents/MacOS/nameless").toStdString());
-    QProcess other;
-    other.start(nameless + "/Contents/MacOS/nameless", {QStringLiteral("30")});
-    ASSERT_TRUE(other.waitForStarted());
+    a.launch(other, a.bundle("Nameless.app", {{"CFBundleShortVersionString", "1.0"}}), QStringLiteral("nameless"));
     EXPECT_FALSE(a.lookup.isAppWithBundleIDRunning(QStringLiteral("")));
-    other.kill();
-    other.waitForFinished();
-    runner.kill();
-    runner.waitForFinished();
+    for (QProcess* process : {&other, &runner}) {
+        process->kill();
+        process->waitForFinished();
+    }
 }

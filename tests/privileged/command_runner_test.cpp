@@ -108,10 +108,12 @@ TEST(CommandRunner, GrantedAuthorizationRunsNamedOperationsThroughTheHelper) {
     EXPECT_EQ(r.runner.launchRootApp(QStringLiteral("/bin/mkdir"), QStringList{"-p", "--", made}), 0);
     EXPECT_TRUE(QDir(made).exists());
     EXPECT_EQ(r.runner.launchRootApp(QStringLiteral("/usr/bin/id"), std::nullopt), -60005);
+    EXPECT_EQ(r.runner.launchRootApp(QStringLiteral("/bin/rm"), QStringList{"-f", "--", made}), 0);  // no folder
     QStringList const lines = r.messages();
     EXPECT_TRUE(lines.contains(QStringLiteral("Running as admin: /bin/mkdir -p -- ") + made + QStringLiteral(" Result: 0")));
     EXPECT_TRUE(lines.contains(QStringLiteral("Failed to authenticate: /usr/bin/id Result: -60005")));
     EXPECT_TRUE(lines.contains(QStringLiteral("Running as admin: /usr/bin/id  Result: -60005")));
+    EXPECT_TRUE(lines.contains(QStringLiteral("The administrator run failed: /bin/rm -f -- ") + made + QStringLiteral(" Exit status: 1")));
     EXPECT_EQ(lines.count(QStringLiteral("Authenticate")), 1);
 }
 

@@ -65,16 +65,14 @@ void checkPage(QtWizardView& view, QString const& where, Findings& found) {
                               label->pixmap().isNull()) ||
                              (button && !button->text().isEmpty());
         QString const name = where + "/" + widget->objectName();
+        bool const push = qobject_cast<QPushButton*>(widget);
+        double const ratio = hasText ? strongest(image, area, groundOf(image, area)) : 1;
         if (hasText && widget->isEnabled()) {
             ++found.texts;
-            QColor const ground = groundOf(image, area);
-            double const ratio = strongest(image, area, ground);
             if (ratio < 4.5) found.faults << QStringLiteral("%1: text at %2:1").arg(name).arg(ratio, 0, 'f', 2);
-            if (qobject_cast<QPushButton*>(widget)) found.weakestEnabledButton = std::min(found.weakestEnabledButton, ratio);
-        }
-        if (qobject_cast<QPushButton*>(widget) && !widget->isEnabled() && hasText) {
+            if (push) found.weakestEnabledButton = std::min(found.weakestEnabledButton, ratio);
+        } else if (hasText && push) {
             ++found.disabled;
-            double const ratio = strongest(image, area, groundOf(image, area));
             found.strongestDisabledButton = std::max(found.strongestDisabledButton, ratio);
             if (ratio < 1.3) found.faults << QStringLiteral("%1: disabled, and its text all but gone at %2:1").arg(name).arg(ratio, 0, 'f', 2);
         }

@@ -10,6 +10,8 @@
 #include <QTimer>
 #include <QtTest/QTest>
 
+#include <functional>
+
 #include "app/window_session.h"
 #include "tests/fixtures/privileged.h"
 #include "tests/fixtures/scratch.h"
@@ -33,11 +35,12 @@ QSet<QString> objectNames(QString const& file) {
     return names;
 }
 
-// Clicks the sheet's button of that name as soon as the sheet shows.
-void answerSheetWith(char const* button) {
-    QTimer::singleShot(0, [button] {
+// Clicks the sheet's button of that name as soon as the sheet shows, after `look` saw it.
+void answerSheetWith(char const* button, std::function<void(QWidget*)> look = {}) {
+    QTimer::singleShot(0, [button, look] {
         for (QWidget* top : QApplication::topLevelWidgets())
             if (auto* choice = top->findChild<QAbstractButton*>(QString::fromLatin1(button)); choice && top->isVisible()) {
+                if (look) look(top);
                 choice->click();
                 return;
             }
@@ -98,15 +101,9 @@ TEST(Window, TheSheetShowsTheButtonsItIsGivenAndAnswersByButton) {
     }
     // No texts: one button, "OK".
     bool onlyOk = false;
-    QTimer::singleShot(0, [&onlyOk] {
-        for (QWidget* top : QApplication::topLevelWidgets()) {
-            auto* ok = top->findChild<QAbstractButton*>("defBtn");
-            auto* alternate = top->findChild<QAbstractButton*>("altBtn");
-            auto* other = top->findChild<QAbstractButton*>("othBtn");
-            if (!ok || !top->isVisible()) continue;
-            onlyOk = ok->text() == "OK" && !alternate->isVisible() && !other->isVisible();
-            ok->click();
-        }
+    answerSheetWith("defBtn", [&onlyOk](QWidget* top) {
+        auto shown = [top](char const* name) { return top->findChild<QAbstractButton*>(name)->isVisible(); };
+        onlyOk = top->findChild<QAbstractButton*>("defBtn")->text() == "OK" && !shown("altBtn") && !shown("othBtn");
     });
     EXPECT_EQ(sheet.showSheetOnWindow(nullptr, "Updater", "Note", QString(), QString(), QString()), 1);
     EXPECT_TRUE(onlyOk);
@@ -130,13 +127,15 @@ struct Shown {
     }
     QAbstractButton* button(char const* name) const { return view->window()->findChild<QAbstractButton*>(name); }
     void click(char const* name) const { QTest::mouseClick(button(name), Qt::LeftButton); }
+    // The web edition's second choice: uninstall.
+    void chooseUninstall() const { view->window()->findChild<QWidget*>("matRFWInstall")->findChildren<QAbstractButton*>().at(1)->click(); }
 };
 
 TEST(Window, TheWebEditionsChoicesAndItsQuestion) {
     Shown uninstall;
     uninstall.controller->startRFWebInstallState();
     ASSERT_EQ(uninstall.view->selectedPage(), 26);
-    uninstall.view->window()->findChild<QWidget*>("matRFWInstall")->findChildren<QAbstractButton*>().at(1)->click();
+    uninstall.chooseUninstall();
     answerSheetWith("altBtn");
     uninstall.click("nextBtn");
     // "Yes" goes to the uninstall: the change pass runs and ends on its last page.
@@ -151,7 +150,7 @@ TEST(Window, ReturnOrEscapeOnTheUninstallQuestionUninstallsNothing) {
     for (Qt::Key key : {Qt::Key_Return, Qt::Key_Enter, Qt::Key_Escape}) {
         Shown web;
         web.controller->startRFWebInstallState();
-        web.view->window()->findChild<QWidget*>("matRFWInstall")->findChildren<QAbstractButton*>().at(1)->click();
+        web.chooseUninstall();
         pressOnSheet(key);
         web.click("nextBtn");
         EXPECT_EQ(web.view->selectedPage(), 26) << key;  // still asking: nothing was removed
