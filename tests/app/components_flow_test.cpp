@@ -38,13 +38,10 @@ struct Installed {
             fs::copy(built / part, fs::path(installer) / part, fs::copy_options::recursive);
         fs::create_directories(root + "/home/u/Documents");
         rules = std::make_unique<rfRules>(QString::fromStdString(bundle + "/Contents/Resources/Customizer.rules.txt"));
-        controller = std::make_unique<rfController>(
-            std::unique_ptr<WizardView>(view),
-            rfController::Setup{.root = SystemRoot(QString::fromStdString(root), QStringLiteral("/home/u")),
-                                .bundlePath = QString::fromStdString(bundle),
-                                .custResourceDir = QString(),
-                                .mode = 0,
-                                .rules = rules.get()});
+        rfController::Setup setup{.root = SystemRoot(QString::fromStdString(root), QStringLiteral("/home/u")),
+                                  .bundlePath = QString::fromStdString(bundle), .custResourceDir = QString(), .mode = 0,
+                                  .rules = rules.get()};
+        controller = std::make_unique<rfController>(std::unique_ptr<WizardView>(view), setup);
         controller->terminate = [] {};
         controller->engine().startState(flow_custom);
     }

@@ -17,8 +17,7 @@ namespace {
 std::wstring wide(std::string const& text) { return Lumenary::CP::CPath(text).str(); }
 
 // Unzips `archive` into `destination` and answers Unzip's result.
-bool unzip(std::string const& archive, std::string const& destination,
-           LMServices::IProgress* sink = nullptr) {
+bool unzip(std::string const& archive, std::string const& destination, LMServices::IProgress* sink = nullptr) {
     CZipReader reader(sink);
     if (!reader.Open(wide(archive).c_str())) throw std::runtime_error("not a zip: " + archive);
     return reader.Unzip(wide(destination).c_str());

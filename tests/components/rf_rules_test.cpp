@@ -62,11 +62,6 @@ TEST(rfRules, BadFilesGiveTheEmptyTableOrStillParse) {
     EXPECT_EQ(notUtf8.count(), 0);
     EXPECT_TRUE(notUtf8.getRootItemChildren().isNull());
 
-    std::string wide = "Wide|0|d|inst_Category";
-    for (int i = 0; i < 100000; ++i) wide += "|f";
-    rfRules const many(write(s, wide));
-    EXPECT_EQ(many.getItemFiles(0)->size(), 100000);
-
     {
         std::ofstream big(s / "big.txt");
         std::string const line = "Item|1|a rule of a large file|inst_File|file\n";

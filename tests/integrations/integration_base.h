@@ -36,15 +36,8 @@ struct IntegrationBase {
     // The custom flow's rows name operations ("startToFind", ...) that do not matter here.
     Refloom::NavigationEngine engine{view, [](QString const&) { return QVariant(); }};
     int subMode = 0;
-    Refloom::IntegrationContext context{log,
-                                        runner,
-                                        files,
-                                        rules,
-                                        view,
-                                        engine,
-                                        system,
-                                        QString::fromStdString(bundle),
-                                        QString::fromStdString(installer),
+    Refloom::IntegrationContext context{log, runner, files, rules, view, engine, system,
+                                        QString::fromStdString(bundle), QString::fromStdString(installer),
                                         [this] { return subMode; },
                                         [this](QString const& name, int mode) { log.logInstall(name, mode); }};
 

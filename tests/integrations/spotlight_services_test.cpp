@@ -29,12 +29,9 @@ struct Harness : rf_test::IntegrationBase {
     // The user-level ("~") or system-level copy of the importer or the helper.
     std::string at(bool spotlight, bool userLevel) const {
         return root + (userLevel ? "/home/u" : "") +
-               (spotlight ? "/Library/Spotlight/Refloom.mdimporter"
-                          : "/Library/Services/RFService.app");
+               (spotlight ? "/Library/Spotlight/Refloom.mdimporter" : "/Library/Services/RFService.app");
     }
-    void place(bool spotlight, bool userLevel) const {
-        fs::create_directories(at(spotlight, userLevel) + "/Contents");
-    }
+    void place(bool spotlight, bool userLevel) const { fs::create_directories(at(spotlight, userLevel) + "/Contents"); }
     int call(bool spotlight, int mode) {
         return spotlight ? modes.installSpotlightMode(mode, 0, QString(), QString())
                          : modes.installServicesMode(mode, 1, QString(), QString());
@@ -59,17 +56,15 @@ TEST(SpotlightServices, CheckAnswersByHostSubMode) {
         {false, 35, true, true, 1, {"Found User-level Services", "Found System-level Services"}},
     };
     for (Case const& c : cases) {
-        SCOPED_TRACE(testing::Message()
-                     << c.spotlight << " " << c.subMode << " " << c.user << c.system);
+        SCOPED_TRACE(testing::Message() << c.spotlight << " " << c.subMode << " " << c.user << c.system);
         Harness h;
         h.subMode = c.subMode;
         if (c.user) h.place(c.spotlight, true);
         if (c.system) h.place(c.spotlight, false);
         EXPECT_EQ(h.call(c.spotlight, mode_check), c.expected);
         EXPECT_EQ(h.lines("(Found|CHECK)"), c.found);
-        EXPECT_EQ(h.lines("State").value(0), c.spotlight
-                                                 ? "State: Spotlight Support Mode: mode_check"
-                                                 : "State: Refloom Services Mode: mode_check");
+        EXPECT_EQ(h.lines("State").value(0), c.spotlight ? "State: Spotlight Support Mode: mode_check"
+                                                          : "State: Refloom Services Mode: mode_check");
     }
 }
 
@@ -107,8 +102,7 @@ TEST(SpotlightServices, RemoveTakesEveryLevelAwayAfterEndingTheHelper) {
 
 TEST(SpotlightServices, AHelperShippedDisabledIsRenamedOnAnyCall) {
     Harness h;
-    fs::rename(h.installer + "/Services/RFService.app",
-               h.installer + "/Services/RFService.app.disabled");
+    fs::rename(h.installer + "/Services/RFService.app", h.installer + "/Services/RFService.app.disabled");
     EXPECT_EQ(h.call(false, mode_check), 1);
     EXPECT_TRUE(fs::exists(h.installer + "/Services/RFService.app/Contents/Info.plist"));
     EXPECT_FALSE(fs::exists(h.installer + "/Services/RFService.app.disabled"));

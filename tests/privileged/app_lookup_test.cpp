@@ -111,40 +111,29 @@ TEST(AppLookup, FileVersionTakesTheLeadingNumberOfEachPart) {
         QString const path = a.bundle("Versioned.app", info("x", c.version));
         int major = -1, minor = -1, patch = -1, build = -1;
         ASSERT_TRUE(a.lookup.getFileVersion(path, major, minor, patch, build)) << c.version;
-        EXPECT_EQ((std::array{major, minor, patch, build}),
-                  (std::array{c.major, c.minor, c.patch, 0}))
-            << c.version;
+        EXPECT_EQ((std::array{major, minor, patch, build}), (std::array{c.major, c.minor, c.patch, 0})) << c.version;
     }
 }
 
-TEST(AppLookup, FindByIdentifierInVersionRange) {
-    Applications a;
-    QString const current = a.bundle("Word.app", info("com.microsoft.Word", "16.0"));
-    QString const old = a.bundle("Archive/Word 2011.app", info("com.microsoft.Word", "14.1"));
-    a.bundle("Other.app", info("com.microsoft.Word.helper", "16.0"));
-    fs::create_directories(a.scratch / "root/home/u/Applications");
-    a.bundle("../home/u/Applications/Mine.app", info("com.microsoft.Word", "16.2"));
-    EXPECT_EQ(a.lookup.findApplicationsWithBundleIdentifier(QStringLiteral("com.microsoft.Word"), 15, 16),
-              (QStringList{current, QString::fromStdString(a.scratch / "root/home/u/Applications/Mine.app")}));
-    EXPECT_EQ(a.lookup.findApplicationsWithBundleIdentifier(QStringLiteral("com.microsoft.Word"), 0, 14), QStringList{old});
-    EXPECT_FALSE(a.lookup.findApplicationsWithBundleIdentifier(QStringLiteral("com.nobody"), 0, 255));
-}
-
-TEST(AppLookup, FindByDocumentExtensionPassingOverAnInfoPlistThatIsNotAFile) {
+TEST(AppLookup, FindByIdentifierInVersionRangeOrByDocumentExtension) {
     Applications a;
     std::string const home = a.scratch / "root/home/u/Applications/";
     fs::create_directories(home + "A.app/Contents");
-    ASSERT_EQ(mkfifo((home + "A.app/Contents/Info.plist").c_str(), 0600), 0);
-    QVariantMap good = info("com.example.good", "1.0");
-    good.insert("CFBundleDocumentTypes", QVariantList{QVariantMap{{"CFBundleTypeExtensions", QStringList{"ENL", "enlx"}}}});
-    a.bundle("Word.app", info("com.microsoft.Word", "16.0"));
-    a.bundle("../home/u/Applications/B.app", good);
-    QStringList const expected{QString::fromStdString(home + "B.app")};
-    QString const identifier = QStringLiteral("com.example.good");
+    ASSERT_EQ(mkfifo((home + "A.app/Contents/Info.plist").c_str(), 0600), 0);  // passed over, never opened
+    QVariantMap mine = info("com.microsoft.Word", "16.2");
+    mine.insert("CFBundleDocumentTypes", QVariantList{QVariantMap{{"CFBundleTypeExtensions", QStringList{"ENL", "enlx"}}}});
+    QString const current = a.bundle("Word.app", info("com.microsoft.Word", "16.0"));
+    QString const old = a.bundle("Archive/Word 2011.app", info("com.microsoft.Word", "14.1"));
+    a.bundle("Other.app", info("com.microsoft.Word.helper", "16.0"));
+    a.bundle("../home/u/Applications/Mine.app", mine);
+    QStringList const inHome{QString::fromStdString(home + "Mine.app")};
+    QString const word = QStringLiteral("com.microsoft.Word");
     // A regression blocks in open() for good: the alarm ends the run instead of hanging it.
     alarm(60);
-    EXPECT_EQ(a.lookup.findApplicationsWithBundleIdentifier(identifier, 0, 255), expected);
-    EXPECT_EQ(a.lookup.findApplicationsForDocumentExtension(QStringLiteral("enl")), expected);
+    EXPECT_EQ(a.lookup.findApplicationsWithBundleIdentifier(word, 15, 16), QStringList{current} + inHome);
+    EXPECT_EQ(a.lookup.findApplicationsWithBundleIdentifier(word, 0, 14), QStringList{old});
+    EXPECT_FALSE(a.lookup.findApplicationsWithBundleIdentifier(QStringLiteral("com.nobody"), 0, 255));
+    EXPECT_EQ(a.lookup.findApplicationsForDocumentExtension(QStringLiteral("enl")), inHome);
     EXPECT_TRUE(a.lookup.findApplicationsForDocumentExtension(QStringLiteral("docx")).isEmpty());
     alarm(0);
 }

@@ -52,9 +52,8 @@ TEST(CommandRunner, ExecCmdLineAppAnswersOutputOrError) {
     EXPECT_EQ(r.runner.execCmdLineApp(QStringLiteral("/bin/true"), std::nullopt), QString());
     EXPECT_EQ(r.runner.execCmdLineApp(QStringLiteral("/bin/sh"), QStringList{"-c", "echo out; exit 1"}), QStringLiteral("ERROR"));
     EXPECT_EQ(r.runner.execCmdLineApp(QStringLiteral("/no/such/tool"), std::nullopt), QString());
-    QStringList const lines = r.messages();
-    EXPECT_EQ(lines.mid(0, 2), (QStringList{"Executing /bin/echo", "execCmdLineApp /bin/echo hello result: hello"}));
-    EXPECT_TRUE(lines.last().startsWith(QStringLiteral("Exception Raised "))) << lines.last().toStdString();
+    QString const last = r.messages().last();  // from the missing tool
+    EXPECT_TRUE(last.startsWith(QStringLiteral("Exception Raised "))) << last.toStdString();
 }
 
 TEST(CommandRunner, SystemCallLogsTheCommandsOutputWhileItRuns) {
@@ -74,10 +73,7 @@ TEST(CommandRunner, ResourceScriptsAsUserOnly) {
     EXPECT_TRUE(r.runner.runResourceScript(QStringLiteral("fail.sh"), std::nullopt, true));
     EXPECT_TRUE(r.runner.runResourceScript(QString(), QStringList{"x y", "z"}, true));
     EXPECT_EQ(r.runner.authorization(), CommandRunner::Authorization::none);  // never asked
-    QStringList const lines = r.messages();
-    EXPECT_EQ(lines[0], QStringLiteral("Run: fail.sh -> Params: (null)"));
-    EXPECT_EQ(lines[1], QStringLiteral("Running as user: ") + r.resources + QStringLiteral("/fail.sh  Result: 1"));
-    EXPECT_EQ(lines[2], QStringLiteral("Run: (null) -> Params: ("));  // the list prints over lines
+    EXPECT_TRUE(r.messages().contains("Running as user: " + r.resources + "/fail.sh  Result: 1"));
 }
 
 TEST(CommandRunner, RefusedAuthorizationIsAskedOnceAndCountsAsSuccess) {
@@ -112,7 +108,6 @@ TEST(CommandRunner, GrantedAuthorizationRunsNamedOperationsThroughTheHelper) {
     QStringList const lines = r.messages();
     EXPECT_TRUE(lines.contains(QStringLiteral("Running as admin: /bin/mkdir -p -- ") + made + QStringLiteral(" Result: 0")));
     EXPECT_TRUE(lines.contains(QStringLiteral("Failed to authenticate: /usr/bin/id Result: -60005")));
-    EXPECT_TRUE(lines.contains(QStringLiteral("Running as admin: /usr/bin/id  Result: -60005")));
     EXPECT_TRUE(lines.contains(QStringLiteral("The administrator run failed: /bin/rm -f -- ") + made + QStringLiteral(" Exit status: 1")));
     EXPECT_EQ(lines.count(QStringLiteral("Authenticate")), 1);
 }

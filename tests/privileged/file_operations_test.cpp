@@ -41,9 +41,9 @@ TEST(FileOperations, RemoveUnlocksThenRemovesFilesAndFolders) {
     QString const tree = f.at("tree");
     EXPECT_FALSE(f.files.removeFile(tree));
     EXPECT_FALSE(fs::exists(f.scratch / "tree"));
-    EXPECT_EQ(f.messages(), (QStringList{"Remove File: " + tree, "Unlock Dir: " + tree,
-                                         "Running as user: " + rf_test::bundleResources() + "/rf-unlock -R -- " + tree + " Result: 0",
-                                         "Running as user: /bin/rm -rf -- " + tree + " Result: 0"}));
+    QStringList const ran = f.messages().filter("Running as");
+    EXPECT_EQ(ran, (QStringList{"Running as user: " + rf_test::bundleResources() + "/rf-unlock -R -- " + tree + " Result: 0",
+                                "Running as user: /bin/rm -rf -- " + tree + " Result: 0"}));
 }
 
 TEST(FileOperations, RemoveOfALockedFile) {
@@ -119,9 +119,8 @@ TEST(FileOperations, AliasAnswersTrueOnSuccess) {
 
     EXPECT_FALSE(f.files.makeAliasTarget(f.at("target.txt"), f.at("alias")));  // already there
     EXPECT_FALSE(f.files.makeAliasTarget(f.at("missing"), f.at("alias2")));
-    QStringList const lines = f.messages();
-    EXPECT_EQ(lines, (QStringList{"makeAliasTarget: [" + f.at("target.txt") + "] [" + f.at("alias") + "] Error code: -48",
-                                  "makeAliasTarget: [" + f.at("missing") + "] [" + f.at("alias2") + "] Error code: -43"}));
+    EXPECT_EQ(f.messages(), (QStringList{"makeAliasTarget: [" + f.at("target.txt") + "] [" + f.at("alias") + "] Error code: -48",
+                                         "makeAliasTarget: [" + f.at("missing") + "] [" + f.at("alias2") + "] Error code: -43"}));
 }
 
 TEST(FileOperations, UnlockingPassesLinksOverSoRemovingAsksForNothing) {

@@ -84,14 +84,10 @@ TEST(HelperCopy, NothingItMakesCarriesASetIdOrStickyBit) {
     std::string const copied = b.spotlight + "/tool";
     EXPECT_EQ(helper->run({FileTool::copy, {tool, copied}}).exitStatus, 0);
     EXPECT_EQ(statusOf(copied).st_mode & 07777, 0755u);
-    for (char const* mode : {"4755", "2755", "1777", "6777"}) {
-        EXPECT_EQ(helper->run({FileTool::chmod, {copied, mode}}).exitStatus, 0) << mode;
-        EXPECT_EQ(statusOf(copied).st_mode & 07000, 0u) << mode;
-    }
-    EXPECT_EQ(statusOf(copied).st_mode & 0777, 0777u);
-    for (char const* mode : {"u+s", "+s", "0o755", "75 5", "12345", ""})
-        EXPECT_EQ(helper->run({FileTool::chmod, {copied, mode}}).status, HelperProtocol::kDenied)
-            << mode;
+    EXPECT_EQ(helper->run({FileTool::chmod, {copied, "7777"}}).exitStatus, 0);
+    EXPECT_EQ(statusOf(copied).st_mode & 07777, 0777u);
+    for (char const* mode : {"u+s", "12345", ""})  // not octal, too long, empty
+        EXPECT_EQ(helper->run({FileTool::chmod, {copied, mode}}).status, HelperProtocol::kDenied) << mode;
 }
 
 TEST(HelperCopy, ASourceThatCannotBeReadWholeChangesNothing) {
@@ -107,15 +103,12 @@ TEST(HelperCopy, ASourceThatCannotBeReadWholeChangesNothing) {
     b.scratch.write("linked/a", "new a");
     fs::create_hard_link(b.scratch / "linked/a", b.scratch / "elsewhere");
     for (char const* source : {"fifo", "linked", "missing"}) {
-        HelperClient::Result const result =
-            helper->run({FileTool::copy, {b.scratch / source, destination}});
+        HelperClient::Result const result = helper->run({FileTool::copy, {b.scratch / source, destination}});
         EXPECT_EQ(result.status, HelperProtocol::kDenied) << source;
-        EXPECT_TRUE(result.output.startsWith("refused: not copied: "))
-            << result.output.toStdString();
+        EXPECT_TRUE(result.output.startsWith("refused: not copied: ")) << result.output.toStdString();
     }
     // Nor are the folders it would have made on the way left behind.
-    EXPECT_EQ(helper->run({FileTool::copy, {b.scratch / "fifo", b.spotlight + "/made/on the way"}})
-                  .status,
-              HelperProtocol::kDenied);
+    HelperClient::Result const onTheWay = helper->run({FileTool::copy, {b.scratch / "fifo", b.spotlight + "/made/on the way"}});
+    EXPECT_EQ(onTheWay.status, HelperProtocol::kDenied);
     EXPECT_EQ(treeState(b.spotlight), before);
 }

@@ -33,9 +33,12 @@ struct Demo {
         fs::copy(RF_TEST_BUNDLE, bundle, fs::copy_options::recursive);
         for (char const* beside : {"Margina", "Services", "Product-Support", "Extras"})
             fs::copy(fs::path(RF_TEST_BUNDLE).parent_path() / beside, scratch / beside, fs::copy_options::recursive);
-        EXPECT_EQ(QProcess::execute(QStringLiteral("bash"), {RF_SOURCE_DIR "/scripts/demo-sandbox", QString::fromStdString(root),
-                                                            QString::fromStdString(bundle)}),
-                  0);
+        EXPECT_TRUE(makeSandbox());
+    }
+    // The demo sandbox: two old copies in the root, the patch in the bundle.
+    bool makeSandbox() const {
+        QStringList const arguments{RF_SOURCE_DIR "/scripts/demo-sandbox", QString::fromStdString(root), QString::fromStdString(bundle)};
+        return QProcess::execute(QStringLiteral("bash"), arguments) == 0;
     }
 
     struct Run {
@@ -229,9 +232,7 @@ TEST(Updater, ARunKilledDuringThePatchLeavesEachCopyWhole) {
     SKIP_UNLESS_ROOT();
     Demo d;
     for (int attempt = 0; attempt < 4; ++attempt) {
-        ASSERT_EQ(QProcess::execute(QStringLiteral("bash"), {RF_SOURCE_DIR "/scripts/demo-sandbox", QString::fromStdString(d.root),
-                                                            QString::fromStdString(d.bundle)}),
-                  0);
+        ASSERT_TRUE(d.makeSandbox());
         QProcess program;
         d.start(program, {"--unattended"});
         program.waitForStarted();

@@ -39,15 +39,6 @@ struct LogHarness {
 
 } // namespace
 
-TEST(InstallerLog, TheBannerFramesItsTitle) {
-    LogHarness h;
-    h.log.logBanner(QStringLiteral("Patcher Started"));
-    QString const stars(54, QLatin1Char('*'));
-    QString const frame = QStringLiteral("**") + QString(50, QLatin1Char(' ')) + QStringLiteral("**");
-    EXPECT_EQ(h.messages(), (QStringList{stars, stars, frame, "**  Patcher Started                                 **", frame, frame,
-                                         "**    Build number: 22265", frame, stars, stars}));
-}
-
 TEST(InstallerLog, ChildOutputBecomesOneLinePerLine) {
     LogHarness h;
     int fds[2];
