@@ -16,13 +16,40 @@ constexpr std::size_t kPiece = 512 << 10;
 
 // A buffer no larger than the file: a small one comes from the heap, where taking and giving back
 // a whole piece for each of a thousand small files cost more than writing them.
-StagedWriter::StagedWriter(int fd, std::uint64_t size, bool alongside) : m_fd(fd), m_alongside(alongside), m_current(&m_filling) {
+StagedWriter::StagedWriter(int fd, std::uint64_t size, bool alongside) : m_fd(fd), m_current(&m_filling) {
     m_filling.reserve(std::size_t(std::min<std::uint64_t>(size, kPiece)));
-    if (alongside) m_spare.reserve(kPiece);
+    if (!alongside) return;
+    m_spare.reserve(kPiece);
+    // One thread for the whole file: a thread for each piece cost libmergedlo.so's apply 136
+    // thread starts, each mapping and unmapping a stack.
+    m_thread = std::thread([this] { writePieces(); });
 }
 
-StagedWriter::~StagedWriter() {
-    if (m_inFlight.valid()) m_inFlight.wait();
+StagedWriter::~StagedWriter() { stop(); }
+
+void StagedWriter::stop() {
+    if (!m_thread.joinable()) return;
+    {
+        std::lock_guard const lock(m_mutex);
+        m_stopping = true;
+    }
+    m_changed.notify_all();
+    m_thread.join();
+}
+
+void StagedWriter::writePieces() {
+    std::unique_lock lock(m_mutex);
+    for (;;) {
+        m_changed.wait(lock, [this] { return m_handed != nullptr || m_stopping; });
+        if (!m_handed) return;
+        std::vector<char> const* piece = m_handed;
+        lock.unlock();
+        bool const written = hashAndWrite(*piece);
+        lock.lock();
+        m_written = m_written && written;
+        m_handed = nullptr;
+        m_changed.notify_all();
+    }
 }
 
 bool StagedWriter::add(void const* data, std::size_t count) {
@@ -40,21 +67,29 @@ bool StagedWriter::add(void const* data, std::size_t count) {
 
 bool StagedWriter::finish() {
     if (!m_current->empty()) handOver();
-    if (m_inFlight.valid()) m_ok = m_inFlight.get() && m_ok;
+    if (m_thread.joinable()) {
+        std::unique_lock lock(m_mutex);
+        m_changed.wait(lock, [this] { return m_handed == nullptr; });
+        m_ok = m_ok && m_written;
+    }
     return m_ok;
 }
 
 bool StagedWriter::handOver() {
-    if (!m_alongside) {
+    if (!m_thread.joinable()) {
         m_ok = m_ok && hashAndWrite(*m_current);
         m_current->clear();
         return m_ok;
     }
     // One piece in flight at a time, so the hash sees the pieces in order.
-    if (m_inFlight.valid()) m_ok = m_inFlight.get() && m_ok;
-    std::vector<char>* const full = m_current;
-    m_inFlight = std::async(std::launch::async, [this, full] { return hashAndWrite(*full); });
-    m_current = full == &m_filling ? &m_spare : &m_filling;
+    {
+        std::unique_lock lock(m_mutex);
+        m_changed.wait(lock, [this] { return m_handed == nullptr; });
+        m_ok = m_ok && m_written;
+        m_handed = m_current;
+    }
+    m_changed.notify_all();
+    m_current = m_current == &m_filling ? &m_spare : &m_filling;
     m_current->clear();
     return m_ok;
 }

@@ -5,8 +5,10 @@
 // two cores instead of taking turns on one.
 #pragma once
 
+#include <condition_variable>
 #include <cstdint>
-#include <future>
+#include <mutex>
+#include <thread>
 #include <vector>
 
 #include "tools/applypatch/crypto.h"
@@ -33,15 +35,22 @@ public:
 private:
     bool handOver();
     bool hashAndWrite(std::vector<char> const& piece);
+    void writePieces();  // the writing thread's loop
+    void stop();
 
     int m_fd;
-    bool m_alongside;
     Sha256 m_hash;
     std::uint64_t m_size = 0;
     std::vector<char> m_filling, m_spare;
     std::vector<char>* m_current;
-    std::future<bool> m_inFlight;
     bool m_ok = true;
+    // With `alongside`: the piece handed to the writing thread, null once it is written.
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    std::vector<char> const* m_handed = nullptr;
+    bool m_written = true;  // every piece handed over so far was written
+    bool m_stopping = false;
+    std::thread m_thread;
 };
 
 } // namespace Refloom::Patch
