@@ -111,6 +111,33 @@ TEST(ApplyPatch, RefusesAFolderInNeitherState) {
     EXPECT_EQ(r.apply(r.folder, r.good), 6);
 }
 
+// A large old file's content is hashed while the new files are staged from it. A change there,
+// made without changing the file's size, fails the staging too; the change is what is reported,
+// and nothing is left behind. A folder already patched that way is up to date.
+TEST(ApplyPatch, ALargeOldFileChangedInPlaceIsRefusedAsFoundAndLeavesNoTrace) {
+    PatchFixture f;
+    std::string old(5 << 20, '\0');
+    std::uint32_t state = 1;
+    for (char& c : old) c = char((state = state * 1103515245 + 12345) >> 24);
+    std::string next = old;
+    for (std::size_t i = 0; i < next.size(); i += 4096) next[i] = char(next[i] + 1);
+    f.scratch.write("old/big.bin", old);
+    f.scratch.write("new/big.bin", next);
+    std::string const patch = f.make(f.scratch / "old", f.scratch / "new");
+    std::string changed = old;
+    changed[changed.size() - 1] = char(changed.back() + 1);
+    std::string const big = f.scratch.write("folder/big.bin", changed);
+
+    EXPECT_EQ(f.apply(f.scratch / "folder", patch), 6);
+    EXPECT_EQ(rf_test::read_file(big), changed);
+    for (auto const& item : fs::directory_iterator(f.scratch.root()))
+        EXPECT_EQ(item.path().filename().string().find("rfpatch"), std::string::npos) << item.path();
+
+    f.scratch.write("folder/big.bin", next);
+    EXPECT_EQ(f.apply(f.scratch / "folder", patch), 0);
+    EXPECT_EQ(rf_test::read_file(big), next);
+}
+
 TEST(MakePatch, AKeyPairIsItsOwnersAloneAndNeverWrittenOver) {
     rf_test::Scratch scratch;
     std::string const name = scratch / "demo";

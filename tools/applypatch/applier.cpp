@@ -8,7 +8,9 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <algorithm>
 #include <functional>
+#include <future>
 #include <mutex>
 #include <set>
 #include <vector>
@@ -121,20 +123,61 @@ bool sameState(Node const& expected, Node const& found) {
     }
 }
 
+[[noreturn]] void notAsExpected(Entry const& e) {
+    throw PatchError(Refusal::wrong_state, "\"" + e.path + "\" is not as the patch expects; nothing was changed");
+}
+
 // Raises PatchError(wrong_state) naming a path that is not in the given state (the entries'
-// source or target), and (unsafe_path) for a path that would lead out through a link.
-void checkState(std::string const& folder, Manifest const& manifest, Node Entry::*state) {
+// source or target), and (unsafe_path) for a path that would lead out through a link. With
+// `unhashed`, a large file's content is left unchecked and its entry's index added there.
+void checkState(std::string const& folder, Manifest const& manifest, Node Entry::*state,
+                std::vector<std::size_t>* unhashed = nullptr) {
     // Below a link the patch replaces nothing can be there before; after, no link is left.
     std::set<std::string> const replaced = state == &Entry::source ? replacedLinks(manifest) : std::set<std::string>{};
     std::set<std::string> const links = linksAbove(folder, manifest);
+    std::mutex unhashedLock;
     forEachOnCores(manifest.entries.size(), [&](std::size_t i) {
         Entry const& e = manifest.entries[i];
         bool const belowReplacedLink = checkParents(e, replaced, links);
-        Node const found = belowReplacedLink ? Node{} : inspect(folder, e.path);
-        if (!sameState(e.*state, found))
-            throw PatchError(Refusal::wrong_state, "\"" + e.path + "\" is not as the patch expects; nothing was changed");
+        bool const later = unhashed && (e.*state).kind == Kind::file && (e.*state).size >= kLargeFile;
+        Node found = belowReplacedLink ? Node{} : inspect(folder, e.path, !later);
+        if (later && found.kind == Kind::file) found.sha256 = (e.*state).sha256;
+        if (!sameState(e.*state, found)) notAsExpected(e);
+        if (!later) return;
+        std::lock_guard guard(unhashedLock);
+        unhashed->push_back(i);
     });
+    if (unhashed) std::sort(unhashed->begin(), unhashed->end());
 }
+
+// The content of the large old files, hashed on a thread of its own while the new files are
+// staged: hashing one holds a core that staging leaves idle (0.12 s of the JDK modules image's
+// 0.5 s apply). Its verdict is taken before anything in the folder moves.
+class ContentCheck {
+public:
+    ContentCheck(std::string const& folder, Manifest const& manifest, std::vector<std::size_t> indices) {
+        if (indices.empty()) return;
+        m_done = std::async(std::launch::async, [&folder, &manifest, indices = std::move(indices)] {
+            for (std::size_t i : indices) {
+                Entry const& e = manifest.entries[i];
+                if (!holds(folder, e.path, e.source.size, e.source.sha256)) notAsExpected(e);
+            }
+        });
+    }
+    ~ContentCheck() {
+        if (m_done.valid()) m_done.wait();
+    }
+    ContentCheck(ContentCheck const&) = delete;
+    ContentCheck& operator=(ContentCheck const&) = delete;
+
+    // Raises PatchError(wrong_state) for an old file whose content is not the patch's.
+    void verdict() {
+        if (m_done.valid()) m_done.get();
+    }
+
+private:
+    std::future<void> m_done;
+};
 
 bool isInState(std::string const& folder, Manifest const& manifest, Node Entry::*state) {
     try {
@@ -293,23 +336,38 @@ Outcome applyPatch(PatchFile const& patch, ApplyOptions const& options) {
     FolderLock lock(at.folder);
     recover(at);
     Manifest const& manifest = patch.manifest();
+    // A copy patched before is what this run would make of it: nothing to do, and no harm in
+    // asking twice. Any other state is refused as found.
+    auto upToDateOrRefused = [&] {
+        try {
+            throw;
+        } catch (PatchError const& error) {
+            if (error.why() == Refusal::wrong_state && isInState(at.folder, manifest, &Entry::target)) return Outcome::up_to_date;
+            throw;
+        }
+    };
+    std::vector<std::size_t> unhashed;
     try {
-        checkState(at.folder, manifest, &Entry::source);
-    } catch (PatchError const& error) {
-        // A copy patched before is what this run would make of it: nothing to do, and no harm in
-        // asking twice. Any other state is refused as found.
-        if (error.why() == Refusal::wrong_state && isInState(at.folder, manifest, &Entry::target)) return Outcome::up_to_date;
-        throw;
+        checkState(at.folder, manifest, &Entry::source, options.dryRun ? nullptr : &unhashed);
+    } catch (PatchError const&) {
+        return upToDateOrRefused();
     }
     forEachOnCores(manifest.entries.size(), [&](std::size_t i) { patch.checkPayload(manifest.entries[i]); });
     if (options.dryRun) return Outcome::applied;
 
     Progress progress(options.progress, manifest.entries.size());
     try {
-        stage(patch, at, progress);
+        ContentCheck content(at.folder, manifest, std::move(unhashed));
+        try {
+            stage(patch, at, progress);
+        } catch (...) {
+            content.verdict();  // a changed old file fails its staging too: the change is what to report
+            throw;
+        }
+        content.verdict();
     } catch (...) {
         cleanUp(at);  // nothing in the folder has moved yet
-        throw;
+        return upToDateOrRefused();
     }
     // "committing" relies on every staged file being whole on the disk, "committed" on every
     // rename, folder, mode and time of the commit. Staging and the commit flush what they wrote

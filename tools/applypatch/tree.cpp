@@ -18,7 +18,7 @@ namespace {
     throw PatchError(Refusal::failed, "cannot read " + path + ": " + std::strerror(errno));
 }
 
-Node describe(std::string const& full, struct stat const& info) {
+Node describe(std::string const& full, struct stat const& info, bool hash = true) {
     Node node;
     node.mode = info.st_mode & 07777;
     if (S_ISDIR(info.st_mode)) {
@@ -33,7 +33,7 @@ Node describe(std::string const& full, struct stat const& info) {
     } else if (S_ISREG(info.st_mode)) {
         node.kind = Kind::file;
         node.size = std::uint64_t(info.st_size);
-        if (!hashFile(full, node.sha256)) unreadable(full);
+        if (hash && !hashFile(full, node.sha256)) unreadable(full);
     } else {
         throw PatchError(Refusal::failed, "not a file, folder or link: " + full);
     }
@@ -66,14 +66,38 @@ std::map<std::string, TreeItem> scanTree(std::string const& root) {
     return tree;
 }
 
-Node inspect(std::string const& root, std::string const& path) {
+Node inspect(std::string const& root, std::string const& path, bool hash) {
     std::string const full = root + "/" + path;
     struct stat info;
     if (lstat(full.c_str(), &info) != 0) {
         if (errno == ENOENT || errno == ENOTDIR) return Node{};  // nothing there, or a file where a folder would be
         unreadable(full);
     }
-    return describe(full, info);
+    return describe(full, info, hash);
+}
+
+bool holds(std::string const& root, std::string const& path, std::uint64_t size, Digest const& sha256) {
+    std::string const full = root + "/" + path;
+    // Not blocking: a pipe put in the file's place would otherwise hold the open forever.
+    int const fd = open(full.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    if (fd < 0) {
+        if (errno == ENOENT || errno == ENOTDIR || errno == ELOOP) return false;
+        unreadable(full);
+    }
+    struct stat info;
+    bool same = fstat(fd, &info) == 0 && S_ISREG(info.st_mode) && std::uint64_t(info.st_size) == size;
+    Sha256 hash;
+    std::vector<char> buffer(1 << 17);
+    for (ssize_t n; same && (n = read(fd, buffer.data(), buffer.size())) != 0;) {
+        if (n < 0 && errno == EINTR) continue;
+        if (n < 0) {
+            close(fd);
+            unreadable(full);
+        }
+        hash.update(buffer.data(), std::size_t(n));
+    }
+    close(fd);
+    return same && hash.finish() == sha256;
 }
 
 std::string readWholeFile(std::string const& path) {
