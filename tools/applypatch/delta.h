@@ -39,8 +39,8 @@ using Sink = std::function<bool(void const* data, std::size_t size)>;
 // Produces the new file from the old file (`oldSize` bytes, read with pread from `oldFd`, seen as
 // `view` says) and the delta payload stored at [offset, offset + size) of `patchFd`. Memory stays
 // a few buffers of a fixed size, whatever the size of either file. False when the payload is
-// malformed, the old file reads short, or the sink stops. With `ahead`, the large controls
-// and new bytes are decoded on threads of their own, a few pieces ahead.
+// malformed, the old file reads short, or the sink stops. With `ahead`, the large streams are
+// decoded on threads of their own, a few pieces ahead.
 bool applyDelta(int oldFd, std::uint64_t oldSize, OldView view, Layout layout, int patchFd, std::uint64_t offset,
                 std::uint64_t size, Sink const& sink, bool ahead = false);
 
