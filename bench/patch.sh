@@ -12,6 +12,9 @@
 #                   one case
 #   RF_BENCH_TOOLS  the reference tools to run (default: bsdiff xdelta3 zstd); bsdiff alone takes
 #                   over 20 minutes on the firefox pair
+#   RF_BENCH_BASELINE  a commit whose makePatch is built and timed right after ours on each case,
+#                   so that "no make slower" is judged within one run, not against figures from
+#                   another day (default: none; the second version is 6ac89f0)
 set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
@@ -78,6 +81,25 @@ tools=$base/tools
 cp "$resources/makePatch" "$resources/applyPatch" "$tools/"
 [[ -f $tools/bench.key ]] || "$tools/makePatch" --genkey "$tools/bench"
 cp "$tools/bench.pub" "$tools/applyPatch.pub"
+# The baseline's makePatch, built once per commit from its own sources.
+baseline=${RF_BENCH_BASELINE:-}
+baseline_tool=
+if [[ -n $baseline ]]; then
+  baseline=$(git -C "$root" rev-parse --short "$baseline^{commit}")
+  baseline_tool=$base/baseline/$baseline/makePatch
+  if [[ ! -x $baseline_tool ]]; then
+    step "building makePatch at $baseline"
+    rm -rf "$base/baseline/$baseline"
+    mkdir -p "$base/baseline/$baseline/src"
+    git -C "$root" archive "$baseline" | tar -x -C "$base/baseline/$baseline/src"
+    (cd "$base/baseline/$baseline/src" && cmake --preset release >/dev/null &&
+      cmake --build --preset release --target makePatch -- -j2 >/dev/null)
+    cp "$base/baseline/$baseline/src/build/release/Refloom 2025 Updater.app/Contents/Resources/makePatch" "$baseline_tool"
+    rm -rf "$base/baseline/$baseline/src"
+  fi
+  echo "$baseline" >"$results/baseline"
+fi
+
 # Which sources the figures are for: the commit, and whether the patch tool differed from it.
 if commit=$(git -C "$root" rev-parse --short HEAD 2>/dev/null); then
   git -C "$root" diff --quiet HEAD -- tools/applypatch || commit+=" with local changes to tools/applypatch"
@@ -157,6 +179,14 @@ run_case() {
     "$tools/makePatch" "$old" "$new" -o "$patch" --key "$tools/bench.key" 2>"$results/$case.ours.log"
   cat "$results/$case.ours.log" >&2
   stat -c %s "$patch" >"$results/$case.ours.size"
+  if [[ -n $baseline_tool ]]; then
+    step "$case: makePatch at $baseline"
+    helper warm "$old" "$new"
+    /usr/bin/time -f '%e %U %S %M' -o "$results/$case.baseline.make" \
+      "$baseline_tool" "$old" "$new" -o "$run/baseline.rfp" --key "$tools/bench.key" 2>/dev/null
+    stat -c %s "$run/baseline.rfp" >"$results/$case.baseline.size"
+    rm -f "$run/baseline.rfp"
+  fi
 
   local wait_s=$(($(cat "$work/.freed" 2>/dev/null || echo 0) + 65 - $(date +%s)))
   if ((wait_s > 0)); then
