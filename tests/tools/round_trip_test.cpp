@@ -44,12 +44,15 @@ struct Case {
 
 Case const kCases[] = {
     {"contents", [](PatchFixture& f, std::string const& o, std::string const& n) {
-         // Past 4 MiB, so that a large file's bytes are hashed and written on a second thread.
-         std::string big = binary(5 << 20, 1);
-         f.scratch.write(o + "/big.bin", big);
-         for (std::size_t at = 1000; at < big.size(); at += 40000) big[at] ^= 0x5A;  // small edits throughout
-         big.insert(500000, "a new stretch of bytes");
-         f.scratch.write(n + "/big.bin", big);
+         // Past 4 MiB, so that a large file's bytes are hashed and written on a second thread;
+         // two of them, staged one at a time.
+         for (std::string const name : {"/big.bin", "/lib/big 2.bin"}) {
+             std::string big = binary(5 << 20, name[1]);
+             f.scratch.write(o + name, big);
+             for (std::size_t at = 1000; at < big.size(); at += 40000) big[at] ^= 0x5A;  // small edits throughout
+             big.insert(500000, "a new stretch of bytes");
+             f.scratch.write(n + name, big);
+         }
          f.scratch.write(o + "/removed.txt", "gone");
          f.scratch.write(n + "/added.txt", "new");
          f.scratch.write(n + "/added large.bin", binary((4 << 20) + 12345, 2));

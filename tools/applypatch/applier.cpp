@@ -5,10 +5,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <algorithm>
 #include <functional>
 #include <future>
 #include <mutex>
@@ -30,7 +30,8 @@ void forEachOnCores(std::size_t count, std::function<void(std::size_t)> const& w
     forEachOnThreads(count, machineCores(), work);
 }
 
-// From this size a file's delta is staged alone, and its hashing and writing get a core of their own.
+// From this size a file's delta is staged alone, its hashing and writing get a core of their own,
+// and its old file is hashed while the new files are staged.
 constexpr std::uint64_t kLargeFile = 4u << 20;
 
 [[noreturn]] void failed(std::string const& what) {
