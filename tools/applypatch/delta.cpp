@@ -84,13 +84,13 @@ private:
 // The longest match of `target` among the old file's suffixes, by binary search among those
 // that share its first two bytes when there are any. Each step compares only past the prefix
 // both bounds already share with the target.
-std::int64_t search(SuffixIndex const& index, u8 const* old, std::int64_t oldSize, u8 const* target,
+std::int64_t search(SuffixIndex const& sorted, u8 const* old, std::int64_t oldSize, u8 const* target,
                     std::int64_t targetSize, std::int64_t& position) {
-    saidx_t const* suffixes = index.suffixes.get();
+    saidx_t const* suffixes = sorted.suffixes.get();
     std::int64_t low = 0, high = oldSize - 1;
     if (targetSize >= 2) {
         std::int64_t first, last;
-        index.range(target[0], target[1], first, last);
+        sorted.range(target[0], target[1], first, last);
         if (first < last) low = first, high = last - 1;
     }
     auto common = [&](std::int64_t index, std::int64_t known) {
