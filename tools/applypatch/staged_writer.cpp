@@ -25,9 +25,7 @@ StagedWriter::StagedWriter(int fd, std::uint64_t size, bool alongside) : m_fd(fd
     m_thread = std::thread([this] { writePieces(); });
 }
 
-StagedWriter::~StagedWriter() { stop(); }
-
-void StagedWriter::stop() {
+StagedWriter::~StagedWriter() {
     if (!m_thread.joinable()) return;
     {
         std::lock_guard const lock(m_mutex);
@@ -67,12 +65,15 @@ bool StagedWriter::add(void const* data, std::size_t count) {
 
 bool StagedWriter::finish() {
     if (!m_current->empty()) handOver();
-    if (m_thread.joinable()) {
-        std::unique_lock lock(m_mutex);
-        m_changed.wait(lock, [this] { return m_handed == nullptr; });
-        m_ok = m_ok && m_written;
-    }
+    if (m_thread.joinable()) waitForWriter();
     return m_ok;
+}
+
+std::unique_lock<std::mutex> StagedWriter::waitForWriter() {
+    std::unique_lock lock(m_mutex);
+    m_changed.wait(lock, [this] { return m_handed == nullptr; });
+    m_ok = m_ok && m_written;
+    return lock;
 }
 
 bool StagedWriter::handOver() {
@@ -83,9 +84,7 @@ bool StagedWriter::handOver() {
     }
     // One piece in flight at a time, so the hash sees the pieces in order.
     {
-        std::unique_lock lock(m_mutex);
-        m_changed.wait(lock, [this] { return m_handed == nullptr; });
-        m_ok = m_ok && m_written;
+        std::unique_lock const lock = waitForWriter();
         m_handed = m_current;
     }
     m_changed.notify_all();

@@ -36,7 +36,8 @@ private:
     bool handOver();
     bool hashAndWrite(std::vector<char> const& piece);
     void writePieces();  // the writing thread's loop
-    void stop();
+    // Waits until the piece handed over is written, and takes in whether it was; the lock held.
+    std::unique_lock<std::mutex> waitForWriter();
 
     int m_fd;
     Sha256 m_hash;
