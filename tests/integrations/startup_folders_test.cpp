@@ -2,8 +2,6 @@
 #include <sys/stat.h>
 
 #include <QDir>
-#include <QFile>
-#include <QFileInfo>
 #include <plist/plist.h>
 
 #include <filesystem>
@@ -35,21 +33,11 @@ struct Page : WordSandbox {
     QStringList saved() const { return readPlistFile(prefs).toMap().value("Word").toStringList(); }
 };
 
-std::string bytesOf(QString const& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll().toStdString() : std::string("(missing)");
-}
-
 // The preferences file as `bytes` left it, read by breadcrumbs of an installer at /inst/U.app.
 struct Prefs : WordSandbox {
     QString path = system.map(QString::fromLatin1(Breadcrumbs::kPreferences));
     std::string folder = fs::path(path.toStdString()).parent_path();
-    explicit Prefs(QByteArray const& bytes) {
-        fs::create_directories(folder);
-        QFile file(path);
-        file.open(QIODevice::WriteOnly);
-        file.write(bytes);
-    }
+    explicit Prefs(QByteArray const& bytes) { scratch.write(fs::relative(path.toStdString(), scratch.root()).string(), bytes.toStdString()); }
     Breadcrumbs crumbs() { return Breadcrumbs(log, system, QStringLiteral("/inst/U.app")); }
 };
 
@@ -61,7 +49,7 @@ TEST(Breadcrumbs, AnUnreadableFileIsKeptAsideByteForByte) {
     p.crumbs().addWordCrumb(QStringLiteral("/A/Word.app|||/S|||16"));
     QStringList const aside = QDir(QString::fromStdString(p.folder)).entryList({"*.unreadable-*"});
     ASSERT_EQ(aside.size(), 1);
-    EXPECT_EQ(bytesOf(QString::fromStdString(p.folder) + "/" + aside[0]), garbage.toStdString());
+    EXPECT_EQ(rf_test::read_file(p.folder + "/" + aside[0].toStdString()), garbage.toStdString());
     EXPECT_EQ(readPlistFile(p.path).toMap().value("Refloom").toString(), QString("/inst/U.app"));
     EXPECT_EQ(p.messages().filter("Preferences could not be read and were kept as: ").size(), 1);
 }
@@ -72,7 +60,7 @@ TEST(Breadcrumbs, AFileThatCannotBeKeptAsideIsNeverWritten) {
     chmod(p.folder.c_str(), 0555);
     p.crumbs().addWordCrumb(QStringLiteral("/A/Word.app|||/S|||16"));
     chmod(p.folder.c_str(), 0755);
-    EXPECT_EQ(bytesOf(p.path), "not a property list");
+    EXPECT_EQ(rf_test::read_file(p.path.toStdString()), "not a property list");
 }
 
 TEST(Breadcrumbs, BinaryFilesAreReadAndSamePathsReplaced) {

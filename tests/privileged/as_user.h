@@ -19,7 +19,7 @@
 
 namespace rf_test {
 
-// Calls `visit` for everything below `folder` that the user may see, as far as the user may.
+// Everything below `folder` that the user may see.
 inline void eachBelow(QString const& folder, std::function<void(std::filesystem::path const&)> const& visit) {
     namespace fs = std::filesystem;
     std::error_code error;
@@ -58,7 +58,7 @@ struct AsUser {
         Refloom::ToolCall const call = runner.tools().call(operation, first, second);
         return runner.launchRootApp(call.tool, call.arguments);
     }
-    // Everything below root's outside folder: names, modes, owners and sizes.
+    // Below root's outside folder: sizes, not contents, which the user may not read.
     std::string outsideState() const {
         std::string state;
         eachBelow(outside, [&](std::filesystem::path const& path) {

@@ -20,15 +20,11 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr char kSudo[] = "/usr/bin/sudo -n";
-
-// What the user may read of a file: nothing when reading it fails.
 std::string readable(std::string const& path) {
     QFile file(QString::fromStdString(path));
     return file.open(QIODevice::ReadOnly) ? file.readAll().toStdString() : std::string();
 }
 
-// True when a regular file below `folder` that the user can read holds `text`.
 bool anyFileHolds(QString const& folder, std::string const& text) {
     bool held = false;
     rf_test::eachBelow(folder, [&](fs::path const& path) {
@@ -65,14 +61,13 @@ void folderAndLink(fs::path const& folder, fs::path const& link, fs::path const&
     fs::create_symlink(target, link, error);
 }
 
-// Each test runs as the script's user, elevated through the real "sudo -n".
 class HelperAttack : public ::testing::Test {
 protected:
     void SetUp() override {
         if (!rf_test::runByTheScript()) GTEST_SKIP() << "run by run_as_user.sh as an unprivileged user";
         user.emplace();
     }
-    ScopedEnv elevate{"RF_ELEVATE", kSudo};
+    ScopedEnv elevate{"RF_ELEVATE", "/usr/bin/sudo -n"};
     std::optional<AsUser> user;
 };
 

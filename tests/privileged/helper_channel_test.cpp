@@ -5,7 +5,6 @@
 #include "tests/privileged/helper_fixture.h"
 
 #include <QDir>
-#include <filesystem>
 #include <gtest/gtest.h>
 #include <spawn.h>
 #include <sys/socket.h>
@@ -14,7 +13,6 @@
 
 using namespace Refloom;
 using rf_test::HelperBundle;
-namespace fs = std::filesystem;
 
 namespace {
 

@@ -11,6 +11,7 @@
 using namespace Refloom;
 using rf_test::HelperBundle;
 using rf_test::read_file;
+using rf_test::treeState;
 namespace fs = std::filesystem;
 
 namespace {
@@ -19,18 +20,6 @@ struct stat statusOf(std::string const& path) {
     struct stat info {};
     lstat(path.c_str(), &info);
     return info;
-}
-
-// Names, kinds, modes and contents below `folder`, a line each.
-std::string treeState(std::string const& folder) {
-    std::string state;
-    for (auto const& entry : fs::recursive_directory_iterator(folder)) {
-        struct stat const info = statusOf(entry.path());
-        state += entry.path().string() + " " + std::to_string(info.st_mode);
-        if (S_ISREG(info.st_mode)) state += " " + read_file(entry.path());
-        state += "\n";
-    }
-    return state;
 }
 
 bool leftStaging(std::string const& folder) {

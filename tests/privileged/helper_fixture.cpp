@@ -57,9 +57,9 @@ std::unique_ptr<Refloom::HelperClient> HelperBundle::start() {
                                         {}, user);
 }
 
-std::string HelperBundle::outsideState() const {
+std::string treeState(std::string const& folder) {
     std::string state;
-    for (auto const& entry : fs::recursive_directory_iterator(outside)) {
+    for (auto const& entry : fs::recursive_directory_iterator(folder)) {
         struct stat info;
         lstat(entry.path().c_str(), &info);
         state += entry.path().string() + " " + std::to_string(info.st_mode) + " " + std::to_string(info.st_uid);

@@ -12,6 +12,9 @@
 
 namespace rf_test {
 
+// A snapshot of everything below `folder`: names, modes, owners and contents, a line each.
+std::string treeState(std::string const& folder);
+
 struct HelperBundle {
     Scratch scratch;
     std::string contents = scratch / "Test.app/Contents";
@@ -27,8 +30,7 @@ struct HelperBundle {
     // Writes the policy; `scripts` are names in the resources whose current hash is listed.
     void writePolicy(std::vector<std::string> const& scripts);
     std::unique_ptr<Refloom::HelperClient> start();
-    // A snapshot of everything below `outside`: names, modes, owners and contents.
-    std::string outsideState() const;
+    std::string outsideState() const { return treeState(outside); }
 };
 
 } // namespace rf_test

@@ -7,7 +7,6 @@
 #include <filesystem>
 
 #include "privileged/helper_protocol.h"
-#include "tests/fixtures/privileged.h"
 #include "tests/privileged/helper_fixture.h"
 
 using namespace Refloom;

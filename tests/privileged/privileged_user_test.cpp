@@ -1,8 +1,6 @@
 // Run by run_as_user.sh as an unprivileged user who may start only the helper, through
 // "sudo -n", against folders that belong to root.
 #include <gtest/gtest.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include "tests/fixtures/privileged.h"
 #include "tests/privileged/as_user.h"

@@ -23,7 +23,6 @@ namespace {
 
 QString resources() { return rf_test::bundleResources(); }
 
-// The object names of a window file.
 QSet<QString> objectNames(QString const& file) {
     QFile ui(file);
     ui.open(QIODevice::ReadOnly);

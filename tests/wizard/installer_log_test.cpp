@@ -20,14 +20,12 @@ struct LogHarness {
     SystemRoot root{QString::fromStdString(scratch.root().string()), QStringLiteral("/Users/tester")};
     InstallerLog log{root};
 
-    QString contents() const {
-        QFile file(log.path());
-        return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
-    }
     // The messages, each line's date stamp and blank removed after checking them.
     QStringList messages() const {
         static QRegularExpression const stamp(QStringLiteral("^\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d \\+0000 "));
-        QStringList lines = contents().split(QLatin1Char('\n'));
+        QFile file(log.path());
+        EXPECT_TRUE(file.open(QIODevice::ReadOnly));
+        QStringList lines = QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'));
         EXPECT_EQ(lines.takeLast(), QString());  // every line ends in a line feed
         for (QString& line : lines) {
             EXPECT_TRUE(stamp.match(line).hasMatch()) << line.toStdString();
